@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs, from Debian's packages, whatever the build, the product and the tests need and the
+# machine lacks. Idempotent and non-interactive; run as root (or with sudo available).
+set -euo pipefail
+
+packages=(
+  cmake g++ make pkg-config ccache
+  rapidjson-dev libfmt-dev libboost-regex-dev libboost-dev libxml2-dev
+  libsqlite3-dev libsodium-dev libcpp-httplib-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  curl ca-certificates
+)
+# Extra packages named on the command line (e.g. the browser tests' chromium).
+packages+=("$@")
+
+missing=()
+for package in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$package")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,0 +1,75 @@
+#pragma once
+// The real platform services and what the host needs of them beyond the platform interfaces.
+// The host creates one PlatformServices at start, registers its services with the ServiceManager,
+// and asks it to check logins. The services ask the host (SessionDirectory) who owns a session.
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "Kyr/System/Commons/String.h"
+#include "Kyr/System/Um/Services/UmStructs.h"
+
+namespace Kyr::PlatformServices {
+
+using Kyr::String;
+
+// Implemented by the host's session manager.
+class SessionDirectory {
+public:
+    virtual ~SessionDirectory() = default;
+    // The user name owning the live session `sessionId`, or nothing for an unknown or ended session.
+    virtual std::optional<String> FindUserOfSession(const String& sessionId) const = 0;
+};
+
+struct ServicesOptions {
+    String dataDirectory;                     // created if missing; holds the database and files
+    unsigned long long hashOpsLimit = 2;      // Argon2id cost (crypto_pwhash opslimit)
+    std::size_t hashMemLimit = 64u << 20;     // Argon2id memory in bytes (crypto_pwhash memlimit)
+    bool authenticationDeactivatable = false; // whether "authentication required" may be switched off
+    String initialAdminPassword;              // empty: generate one on first start
+};
+
+enum class LoginOutcome {
+    Success,
+    WrongCredentials, // unknown user or wrong password (never told apart to the client)
+    Locked,           // password expired while the ruleset locks expired users
+};
+
+struct LoginCheck {
+    LoginOutcome outcome = LoginOutcome::WrongCredentials;
+    bool isAdministrator = false;        // holds the role "Admin"
+    bool passwordChangeRequired = false; // initial password unchanged or password expired
+};
+
+class PlatformServices {
+public:
+    virtual ~PlatformServices() = default;
+
+    // Opens (or creates on first start) the data directory and database. `restartRequest` is called
+    // by the device control service's RestartDevice; the host restarts after answering.
+    static std::unique_ptr<PlatformServices> Open(const ServicesOptions& options, SessionDirectory& sessions,
+                                                  std::function<void()> restartRequest);
+
+    // Publishes the six services with the platform's ServiceManager under their factories' names.
+    virtual void RegisterServices() = 0;
+    virtual void UnregisterServices() = 0;
+
+    // The administrator password generated or set on this start when the database was created;
+    // nothing when the database already existed.
+    virtual std::optional<String> GetInitialAdminPassword() const = 0;
+
+    // Checks a login; constant time in whether the user exists (a dummy hash is verified otherwise).
+    virtual LoginCheck CheckLogin(const String& userName, const String& password) = 0;
+    virtual bool IsAdministrator(const String& userName) = 0;
+    virtual bool IsPasswordChangeRequired(const String& userName) = 0;
+    virtual bool UserExists(const String& userName) = 0;
+    virtual bool IsAuthenticationRequired() = 0;
+    virtual Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() = 0;
+
+    // Appends a security notification to the security log in the data directory.
+    virtual void AppendSecurityLog(const String& line) = 0;
+};
+
+} // namespace Kyr::PlatformServices
