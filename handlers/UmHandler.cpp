@@ -1,19 +1,27 @@
 #include "handlers/UmHandler.h"
 
+#include <memory>
+
 namespace Kyr::Services::Modules::Wbm::Um::Internal {
 
 // Changes device configuration, hence a configuration provider.
 UmHandler::UmHandler() : UmWbmHandlerBase(true) {
     // Request functions, registered in this order:
     //   GetUserManagementConfig
-    //   GetSessionPolicyConfig
-    //   GetPasswordRoleRulesets
-    //   GetPasswordBlockList
+    RegisterHandlerDelegate("GetSessionPolicyConfig", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return GetSessionPolicyConfig(request); }));
+    RegisterHandlerDelegate("GetPasswordRoleRulesets", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return GetPasswordRoleRulesets(request); }));
+    RegisterHandlerDelegate("GetPasswordBlockList", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return GetPasswordBlockList(request); }));
     //   IsUserAuthenticationRequired
     //   IsAuthenticationDeactivatable
-    //   SetSessionPolicyConfig
-    //   SetPasswordBlockList
-    //   SetPasswordRoleRulesets
+    RegisterHandlerDelegate("SetSessionPolicyConfig", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return SetSessionPolicyConfig(request); }));
+    RegisterHandlerDelegate("SetPasswordBlockList", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return SetPasswordBlockList(request); }));
+    RegisterHandlerDelegate("SetPasswordRoleRulesets", std::make_shared<RequestDelegate>(
+        [this](const WbmRequest& request) { return SetPasswordRoleRulesets(request); }));
     //   AddUser
     //   RemoveUser
     //   RestartSystem
@@ -31,7 +39,5 @@ bool UmHandler::HasPermissions(const SecurityToken& token) const {
 }
 
 void UmHandler::SubscribeServices() { SubscribeBaseServices(); }
-
-void UmHandler::InitializeBackups() {}
 
 } // namespace Kyr::Services::Modules::Wbm::Um::Internal

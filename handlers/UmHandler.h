@@ -1,6 +1,9 @@
 #pragma once
 #include "Kyr/Services/Commons/Wbm/Modules/WbmModules.h"
 #include "Kyr/System/Commons/Logging/Loggable.h"
+#include "config/PasswordRulesConfig.h"
+#include "config/PasswordsBlockList.h"
+#include "config/SessionPolicyConfig.h"
 #include "handlers/UmWbmHandlerBase.h"
 
 namespace Kyr::Services::Modules::Wbm::Um::Internal {
@@ -28,6 +31,37 @@ public:
     // ---- User administration ------------------------------------------------------------------
 
     // ---- Password and session policies --------------------------------------------------------
+    // (UmHandlerPolicies.cpp; the backup and its restore in UmHandlerBackup.cpp)
+
+    // Names under which the administrator and default password role rulesets are looked up.
+    static constexpr const char* adminRulesetName = "admin";
+    static constexpr const char* defaultRulesetName = "default";
+
+    WbmResponse GetSessionPolicyConfig(const WbmRequest& request) const;
+    WbmResponse GetPasswordRoleRulesets(const WbmRequest& request) const;
+    WbmResponse GetPasswordBlockList(const WbmRequest& request) const;
+    // Not const: they record which policy area they changed and restore the backup on failure.
+    WbmResponse SetSessionPolicyConfig(const WbmRequest& request);
+    WbmResponse SetPasswordBlockList(const WbmRequest& request);
+    WbmResponse SetPasswordRoleRulesets(const WbmRequest& request);
+
+private:
+    bool BackupSessionPolicyConfig();
+    bool BackupPasswordsBlockList();
+    bool BackupPasswordRulesConfig();
+    // Writes the backup back for every area whose flag is set and clears those flags; refused (false)
+    // after a backup error.
+    bool RestoreUmConfigBackup();
+
+    Config::SessionPolicyConfig sessionPolicyBackup;
+    Config::PasswordsBlockList passwordsBlockListBackup;
+    Config::PasswordRulesConfig passwordRulesBackup; // only appended to
+    // Set by the last call of the matching service setter; cleared only by a restore.
+    bool blockListChanged = false;
+    bool sessionPolicyChanged = false;
+    bool adminRulesetChanged = false;
+    bool defaultRulesetChanged = false;
+    bool backupError = false;
 };
 
 } // namespace Kyr::Services::Modules::Wbm::Um::Internal
