@@ -1,5 +1,6 @@
 #pragma once
 #include <memory>
+#include <vector>
 
 #include "Kyr/System/Commons/Api.h"
 #include "Kyr/System/Commons/String.h"
@@ -35,6 +36,8 @@ public:
     void ReadEndElement();
     String GetElementLocalName() const;
     int GetLineNumber() const;
+    // Reads the rest of the document, so that a malformed tail is reported too (XmlException).
+    void ReadToEnd();
 
     // False when the attribute is absent. bool accepts "true"/"false"/"1"/"0"; any other text throws
     // XmlException. Unsigned accepts decimal digits only.

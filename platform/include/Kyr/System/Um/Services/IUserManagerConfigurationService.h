@@ -7,6 +7,8 @@
 
 namespace Kyr::System::Um::Services {
 
+using Kyr::System::Rsc::RscString;
+
 // Password rulesets, block list, session policy and the LDAP configuration. Every setter validates
 // and stores nothing when it answers an error.
 class KYR_API IUserManagerConfigurationService : public Kyr::System::Rsc::IRscService {

@@ -1,0 +1,1 @@
+// Filled in with the capturing log sink.
