@@ -16,6 +16,17 @@ public:
     using WbmRequest = Kyr::Services::Commons::Wbm::Messages::WbmRequest;
     using WbmResponse = Kyr::Services::Commons::Wbm::Messages::WbmResponse;
 
+    static constexpr const char* defaultLdapTempFilePath = "/var/tmp/ldap.config";
+    // The one file through which an uploaded configuration reaches the service. Only a test, or a
+    // host running on a development machine, points it elsewhere, and only before any request.
+    static String LdapTempFilePath;
+
+    static constexpr const char* setLdapConfigurationFunctionName = "SetLdapConfiguration";
+    static constexpr const char* getLdapConfigurationFunctionName = "GetLdapConfiguration";
+    static constexpr const char* setLdapConfigurationEnabledFunctionName = "SetLdapConfigurationEnabled";
+    static constexpr const char* isLdapConfigurationEnabledFunctionName = "IsLdapConfigurationEnabled";
+    static constexpr const char* listTrustStoresNamesFunctionName = "ListTrustStoresNames";
+
     LdapHandler();
     ~LdapHandler() override;
 
@@ -31,6 +42,17 @@ public:
     // The module's JSON envelope (same bytes as JsonHelper::BuildJsonResponse).
     static WbmResponse BuildJsonResponse(rapidjson::Document& document, bool error, const String& errorText,
                                          rapidjson::Value& result);
+
+    // The request body is the whole configuration file; it goes to the service through the
+    // temporary file, which is removed before and after. Result: the service's code as text.
+    WbmResponse SetLdapConfiguration(const WbmRequest& request) const;
+    // The current configuration file with every backslash doubled, as plain text; on failure an
+    // XML element <Error code=".." text=".." />.
+    WbmResponse GetLdapConfiguration(const WbmRequest& request) const;
+    // Body with EnableLdap=true or EnableLdap=false (the first occurrence counts).
+    WbmResponse SetLdapConfigurationEnabled(const WbmRequest& request) const;
+    WbmResponse IsLdapConfigurationEnabled(const WbmRequest& request) const;
+    WbmResponse ListTrustStoresNames(const WbmRequest& request) const;
 
 private:
     bool ldapEnabled = true;
