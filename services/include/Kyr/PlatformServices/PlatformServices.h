@@ -29,6 +29,9 @@ struct ServicesOptions {
     std::size_t hashMemLimit = 64u << 20;     // Argon2id memory in bytes (crypto_pwhash memlimit)
     bool authenticationDeactivatable = false; // whether "authentication required" may be switched off
     String initialAdminPassword;              // empty: generate one on first start
+    // The services' notion of "now" (password ages, change intervals); empty: the system clock.
+    // Tests inject a controllable clock here.
+    std::function<std::chrono::system_clock::time_point()> clock;
 };
 
 enum class LoginOutcome {

@@ -1,0 +1,56 @@
+#include "AuthorizationService.h"
+
+#include <algorithm>
+
+#include "ConfigStore.h"
+#include "Defaults.h"
+#include "Kyr/System/Commons/Logging/Loggable.h"
+#include "Schema.h"
+#include "UserStore.h"
+
+namespace Kyr::PlatformServices {
+
+namespace {
+// Held by every logged-in user: the own password information and the device information page.
+constexpr const char* PermissionsOfEveryUser[] = {"kyr.services.wbm/modules/Um/UserManagerInfo",
+                                                  "kyr.services.wbm/information"};
+
+struct AuthorizationLog : Kyr::System::Commons::Logging::Loggable<AuthorizationLog> {};
+} // namespace
+
+bool AuthorizationService::HasPermission(const Kyr::System::Rsc::RscString<512>& objectName, std::uint32_t right,
+                                         const Kyr::System::Acf::SecurityToken& token) {
+    try {
+        return HasPermissionChecked(objectName.ToString(), right, token);
+    } catch (const std::exception& error) {
+        // When in doubt, refuse.
+        AuthorizationLog::LogError("Permission check failed: {0}", error.what());
+        return false;
+    }
+}
+
+bool AuthorizationService::HasPermissionChecked(const std::string& object, std::uint32_t right,
+                                                const Kyr::System::Acf::SecurityToken& token) {
+    std::optional<String> userName;
+    if (!token.IsAnonymous()) userName = context->sessions.FindUserOfSession(token.GetSessionId());
+
+    Database& database = context->database;
+    auto lock = database.Lock();
+    UserStore users(database);
+    std::optional<UserRecord> user = userName ? users.Find(*userName) : std::nullopt;
+    if (user) {
+        std::vector<std::string> roles = users.RolesOf(user->id);
+        if (std::find(roles.begin(), roles.end(), AdminRole) != roles.end()) return true;
+        if (std::find(std::begin(PermissionsOfEveryUser), std::end(PermissionsOfEveryUser), object) !=
+            std::end(PermissionsOfEveryUser))
+            return true;
+        return std::any_of(roles.begin(), roles.end(),
+                           [&](const std::string& role) { return users.RoleHolds(role, object, right); });
+    }
+    bool authenticationRequired = !context->options.authenticationDeactivatable ||
+                                  ConfigStore(database).GetSetting(SettingAuthenticationRequired, 1) != 0;
+    if (authenticationRequired) return false;
+    return users.RoleHolds(UnauthenticatedRole, object, right);
+}
+
+} // namespace Kyr::PlatformServices

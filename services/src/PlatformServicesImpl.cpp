@@ -1,0 +1,112 @@
+#include <algorithm>
+
+#include "AtomicFile.h"
+#include "AuthorizationService.h"
+#include "ConfigStore.h"
+#include "DeviceControlService.h"
+#include "Kyr/PlatformServices/PlatformServices.h"
+#include "Kyr/System/Commons/Logging/Loggable.h"
+#include "Kyr/System/Rsc/ServiceManager.h"
+#include "Schema.h"
+#include "SystemUseNotificationService.h"
+#include "TrustStoreManagementService.h"
+#include "UserManagementService.h"
+#include "UserManagerConfigurationService.h"
+
+namespace Kyr::PlatformServices {
+
+namespace {
+
+using Kyr::System::Rsc::ServiceManager;
+
+class PlatformServicesImpl final : public PlatformServices,
+                                   private Kyr::System::Commons::Logging::Loggable<PlatformServicesImpl> {
+public:
+    PlatformServicesImpl(const ServicesOptions& options, SessionDirectory& sessions, std::function<void()> restartRequest)
+        : context(std::make_shared<ServiceContext>(options, sessions, restartRequest)),
+          users(std::make_shared<UserManagementService>(context)),
+          configuration(std::make_shared<UserManagerConfigurationService>(context)),
+          authorization(std::make_shared<AuthorizationService>(context)),
+          deviceControl(std::make_shared<DeviceControlService>(restartRequest)),
+          trustStores(std::make_shared<TrustStoreManagementService>(context->paths.trustStores)),
+          loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)) {
+        if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
+        initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
+    }
+
+    ~PlatformServicesImpl() override { UnregisterServices(); }
+
+    void RegisterServices() override {
+        for (const auto& entry : Entries()) ServiceManager::RegisterService(entry.first, entry.second);
+        registered = true;
+    }
+
+    void UnregisterServices() override {
+        if (!registered) return;
+        for (const auto& entry : Entries()) ServiceManager::UnregisterService(entry.first);
+        registered = false;
+    }
+
+    std::optional<String> GetInitialAdminPassword() const override { return initialAdminPassword; }
+
+    LoginCheck CheckLogin(const String& userName, const String& password) override {
+        try {
+            return users->CheckLogin(userName, password);
+        } catch (const std::exception& error) {
+            LogError("Login check failed: {0}", error.what());
+            return {};
+        }
+    }
+    bool IsAdministrator(const String& userName) override { return users->IsAdministrator(userName); }
+    bool IsPasswordChangeRequired(const String& userName) override { return users->IsPasswordChangeRequired(userName); }
+    bool UserExists(const String& userName) override { return users->UserExists(userName); }
+    bool IsAuthenticationRequired() override { return users->GetAuthenticationRequired(); }
+
+    Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() override {
+        auto lock = context->database.Lock();
+        return ConfigStore(context->database).LoadSessionPolicy();
+    }
+
+    void AppendSecurityLog(const String& line) override {
+        // One entry per line: line breaks inside the entry must not forge further entries.
+        String entry = line;
+        std::replace_if(entry.begin(), entry.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+        std::lock_guard<std::mutex> lock(context->securityLogMutex);
+        if (int error = AppendToFile(context->paths.securityLog, entry + "\n"))
+            LogError("Cannot append to the security log: errno {0}", error);
+    }
+
+private:
+    std::vector<std::pair<String, std::shared_ptr<Kyr::System::Rsc::IRscService>>> Entries() const {
+        namespace Um = Kyr::System::Um::Services;
+        return {
+            {Um::UserManagementServiceProxyFactory::GetInstance().GetServiceName(), users},
+            {Um::UserManagerConfigurationServiceProxyFactory::GetInstance().GetServiceName(), configuration},
+            {Kyr::System::Acf::Services::AuthorizationServiceProxyFactory::GetInstance().GetServiceName(), authorization},
+            {Kyr::Device::Interface::Services::DeviceControlServiceProxyFactory::GetInstance().GetServiceName(), deviceControl},
+            {Kyr::Services::SecurityStoreManager::TrustStoreManagementServiceProxyFactory::GetInstance().GetServiceName(),
+             trustStores},
+            {Kyr::System::Commons::Services::SystemUseNotificationServiceProxyFactory::GetInstance().GetServiceName(),
+             loginText},
+        };
+    }
+
+    std::shared_ptr<ServiceContext> context;
+    std::shared_ptr<UserManagementService> users;
+    std::shared_ptr<UserManagerConfigurationService> configuration;
+    std::shared_ptr<AuthorizationService> authorization;
+    std::shared_ptr<DeviceControlService> deviceControl;
+    std::shared_ptr<TrustStoreManagementService> trustStores;
+    std::shared_ptr<SystemUseNotificationService> loginText;
+    std::optional<String> initialAdminPassword;
+    bool registered = false;
+};
+
+} // namespace
+
+std::unique_ptr<PlatformServices> PlatformServices::Open(const ServicesOptions& options, SessionDirectory& sessions,
+                                                         std::function<void()> restartRequest) {
+    return std::make_unique<PlatformServicesImpl>(options, sessions, std::move(restartRequest));
+}
+
+} // namespace Kyr::PlatformServices

@@ -1,0 +1,46 @@
+#include "ServiceContext.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace Kyr::PlatformServices {
+
+namespace {
+// Creates the data directory readable by its owner only: it holds password hashes.
+const std::string& PrepareDataDirectory(const std::string& path) {
+    if (path.empty()) throw std::invalid_argument("No data directory given");
+    std::filesystem::create_directories(path);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::replace);
+    return path;
+}
+} // namespace
+
+DataPaths::DataPaths(const std::string& dataDirectory)
+    : dataDirectory(PrepareDataDirectory(dataDirectory)),
+      database(dataDirectory + "/users.db"),
+      loginText(dataDirectory + "/login-text"),
+      ldapFolder(dataDirectory + "/ldap"),
+      ldapConfiguration(ldapFolder + "/ldap.conf"),
+      trustStores(dataDirectory + "/truststores"),
+      securityLog(dataDirectory + "/security.log") {
+    std::filesystem::create_directories(ldapFolder);
+    std::filesystem::create_directories(trustStores);
+}
+
+ServiceContext::ServiceContext(const ServicesOptions& options, SessionDirectory& sessions,
+                               std::function<void()> restartRequest)
+    : options(options),
+      paths(options.dataDirectory),
+      database(paths.database),
+      hasher(options.hashOpsLimit, options.hashMemLimit),
+      sessions(sessions),
+      restartRequest(std::move(restartRequest)) {}
+
+std::int64_t ServiceContext::Now() const {
+    auto now = options.clock ? options.clock() : std::chrono::system_clock::now();
+    return std::chrono::duration_cast<std::chrono::seconds>(now.time_since_epoch()).count();
+}
+
+} // namespace Kyr::PlatformServices
