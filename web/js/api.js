@@ -1,0 +1,100 @@
+// The host's HTTP API: sessions and module request functions. Every failure becomes an ApiError
+// so the pages can show it where the user acted (see errors.js for the words).
+
+let csrfToken = null;
+
+export class ApiError extends Error {
+  // kind: 'network' | 'http' | 'module'
+  constructor(kind, { status = 0, errorText = '', passwordChangeRequired = false, retryAfter = 0 } = {}) {
+    super(errorText || `${kind} ${status}`);
+    this.kind = kind;
+    this.status = status;
+    this.errorText = errorText;
+    this.passwordChangeRequired = passwordChangeRequired;
+    this.retryAfter = retryAfter; // seconds to wait, from Retry-After (login refusals)
+  }
+}
+
+export function setCsrfToken(token) {
+  csrfToken = token || null;
+}
+
+async function send(url, { method = 'GET', body, contentType } = {}) {
+  const headers = {};
+  if (method !== 'GET' && csrfToken) headers['X-CSRF-Token'] = csrfToken;
+  if (body !== undefined && contentType) headers['Content-Type'] = contentType;
+  let response;
+  try {
+    response = await fetch(url, { method, headers, body, credentials: 'same-origin', cache: 'no-store' });
+  } catch {
+    throw new ApiError('network');
+  }
+  const isJson = (response.headers.get('Content-Type') || '').includes('application/json');
+  const raw = await response.text();
+  let data = raw;
+  if (isJson) {
+    try {
+      data = JSON.parse(raw);
+    } catch {
+      data = null;
+    }
+  }
+  if (!response.ok) {
+    const errorText = data && typeof data === 'object' ? data.errorText || '' : '';
+    throw new ApiError('http', {
+      status: response.status,
+      errorText,
+      passwordChangeRequired: Boolean(data && data.passwordChangeRequired),
+      retryAfter: Number.parseInt(response.headers.get('Retry-After') || '0', 10) || 0,
+    });
+  }
+  return { data, response };
+}
+
+export async function getSession() {
+  const { data } = await send('/api/session');
+  setCsrfToken(data.csrfToken);
+  return data;
+}
+
+// Resolves with the login answer; a refusal rejects with ApiError (status 401 and, during a wait,
+// retryAfter seconds).
+export async function login(username, password) {
+  // A live older session's token (read by getSession) goes along: the host wants it on every POST.
+  const { data } = await send('/api/login', {
+    method: 'POST',
+    body: JSON.stringify({ username, password }),
+    contentType: 'application/json',
+  });
+  setCsrfToken(data.csrfToken);
+  return data;
+}
+
+export async function logout() {
+  await send('/api/logout', { method: 'POST' });
+  setCsrfToken(null);
+}
+
+export async function getLoginBanner() {
+  const { data } = await send('/api/login-banner');
+  return Array.isArray(data.lines) ? data.lines : [];
+}
+
+// Calls a module request function and unwraps its envelope: resolves with "result" (or the text of
+// a text answer), rejects with ApiError when the envelope reports an error.
+export async function call(provider, fn, { method = 'GET', body, query, contentType, json } = {}) {
+  let url = `/api/${provider}/${fn}`;
+  if (query) url += `?${query}`;
+  if (json !== undefined) {
+    body = JSON.stringify(json);
+    contentType = 'application/json';
+  } else if (body !== undefined && !contentType) {
+    contentType = 'text/plain;charset=UTF-8';
+  }
+  const { data } = await send(url, { method: body !== undefined ? 'POST' : method, body, contentType });
+  if (data && typeof data === 'object' && 'error' in data) {
+    if (data.error) throw new ApiError('module', { errorText: data.errorText || '' });
+    return data.result;
+  }
+  return data;
+}

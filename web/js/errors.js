@@ -1,0 +1,44 @@
+// Turns any failure into words for the user, in the chosen language.
+import { ApiError } from './api.js';
+import { FormValueError } from './form-body.js';
+import { t, has } from './i18n.js';
+
+// The module answers with fixed texts and with names of configuration errors
+// ("WarningDaysNotBelowExpirationDays"); known ones get a sentence, the rest is shown as sent
+// (password refusals carry the service's own explanation of every broken rule).
+export function moduleErrorText(errorText) {
+  if (!errorText) return t('errors.unknown');
+  const key = `errors.module.${errorText.replace(/[^A-Za-z0-9]/g, '')}`;
+  return has(key) ? t(key) : errorText;
+}
+
+// A problem with what the user typed, found before anything was sent; its message is already words.
+export class InputError extends Error {}
+
+export function describeError(error) {
+  if (error instanceof InputError) return error.message;
+  if (error instanceof FormValueError) {
+    return t(`errors.form.${error.reason}`, { field: t(`fields.${error.field}`) });
+  }
+  if (!(error instanceof ApiError)) return t('errors.unexpected', { text: String(error && error.message) });
+  if (error.kind === 'network') return t('errors.network');
+  if (error.kind === 'module') return moduleErrorText(error.errorText);
+  switch (error.status) {
+    case 401:
+      return t('errors.sessionEnded');
+    case 403:
+      if (error.passwordChangeRequired) return t('errors.passwordChangeRequired');
+      if (/CSRF/i.test(error.errorText)) return t('errors.csrf');
+      return t('errors.forbidden');
+    case 404:
+      return t('errors.notFound');
+    case 413:
+      return t('errors.tooLarge');
+    case 503:
+      return t('errors.unavailable');
+    case 500:
+      return t('errors.server', { text: moduleErrorText(error.errorText) });
+    default:
+      return error.errorText ? moduleErrorText(error.errorText) : t('errors.status', { status: error.status });
+  }
+}

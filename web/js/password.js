@@ -1,0 +1,52 @@
+// The own password page: state, expiry and the change form.
+import { call, getSession } from './api.js';
+import { t } from './i18n.js';
+import { bindPasswordChange } from './password-change.js';
+import { expiryText, stateText } from './password-state.js';
+import { initPage, landingPage } from './shell.js';
+import { $, el, showError } from './ui.js';
+
+let info = null;
+
+function renderState() {
+  const list = $('#password-state');
+  if (!info) return;
+  const facts = [
+    ['fields.username', info.userName],
+    ['password.stateLabel', stateText(info)],
+    ['password.expiresIn', expiryText(info)],
+    ['password.initialLabel', info.isUsingInitialPassword ? t('common.yes') : t('common.no')],
+  ];
+  list.replaceChildren(...facts.flatMap(([key, value]) => [el('dt', { text: t(key) }), el('dd', { text: value })]));
+}
+
+async function loadState() {
+  try {
+    info = await call('UserManagementInfoDp', 'GetPasswordInfo');
+    renderState();
+  } catch (error) {
+    showError($('#state-status'), error);
+  }
+}
+
+async function main() {
+  const session = await initPage({ allowPendingChange: true });
+  if (!session) return;
+  $('#pending-change').hidden = !session.passwordChangeRequired;
+  document.addEventListener('languagechange', renderState);
+  await loadState();
+  bindPasswordChange($('#change-form'), {
+    onDone: async () => {
+      await loadState();
+      const now = await getSession();
+      if (session.passwordChangeRequired && !now.passwordChangeRequired) {
+        $('#pending-change').hidden = true;
+        const link = $('#continue a');
+        link.href = await landingPage();
+        $('#continue').hidden = false;
+      }
+    },
+  });
+}
+
+main();

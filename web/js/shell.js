@@ -1,0 +1,99 @@
+// The frame of every page after login: header with navigation, language switch and logout;
+// sends visitors without a session to the login page and users with a pending password change to
+// the password page.
+import { call, getSession, logout } from './api.js';
+import { applyTranslations, currentLanguage, initI18n, setLanguage, t } from './i18n.js';
+import { $, el } from './ui.js';
+
+export function goToLogin() {
+  const next = location.pathname + location.search;
+  location.assign(`/login.html?next=${encodeURIComponent(next)}`);
+}
+
+// Where a user lands after login: the user manager for those allowed to configure, else the own
+// password page.
+export async function landingPage() {
+  try {
+    await call('UserManagementDp', 'IsUserAuthenticationRequired');
+    return '/pages/UserManager';
+  } catch {
+    return '/password.html';
+  }
+}
+
+export function languageSwitch(languages) {
+  const select = el('select', { id: 'language', onchange: (event) => setLanguage(event.target.value) });
+  for (const language of languages) {
+    select.append(el('option', { value: language.code, text: language.name }));
+  }
+  select.value = currentLanguage();
+  return el('div', { class: 'language' }, el('label', { for: 'language', 'data-i18n': 'common.language' }), select);
+}
+
+async function addNavigation(nav, session) {
+  const links = [];
+  const probes = await Promise.allSettled([
+    call('UserManagementDp', 'IsUserAuthenticationRequired'),
+    call('LdapDp', 'IsLdapConfigurationEnabled'),
+  ]);
+  if (!session.passwordChangeRequired) {
+    if (probes[0].status === 'fulfilled') links.push(['/pages/UserManager', 'nav.userManager']);
+    if (probes[1].status === 'fulfilled') links.push(['/pages/LdapConfiguration', 'nav.ldap']);
+  }
+  links.push(['/password.html', 'nav.password']);
+  for (const [href, key] of links) {
+    const link = el('a', { href, 'data-i18n': key });
+    if (href === location.pathname) link.setAttribute('aria-current', 'page');
+    nav.append(link);
+  }
+  applyTranslations(nav);
+}
+
+function renderHeader(session, languages) {
+  const header = $('#app-header');
+  const nav = el('nav', { 'aria-label': 'main' });
+  const account = el('div', { class: 'account' });
+  if (session.loggedIn) {
+    account.append(
+      el('span', { class: 'user', text: session.userName || '' }),
+      el('button', {
+        type: 'button',
+        class: 'secondary',
+        'data-i18n': 'nav.logout',
+        onclick: async () => {
+          try {
+            await logout();
+          } finally {
+            location.assign('/login.html');
+          }
+        },
+      }),
+    );
+  }
+  header.replaceChildren(
+    el('a', { class: 'brand', href: '/', 'data-i18n': 'app.title' }),
+    nav,
+    el('div', { class: 'tools' }, languageSwitch(languages), account),
+  );
+  applyTranslations(header);
+  addNavigation(nav, session);
+}
+
+export async function initPage({ allowPendingChange = false } = {}) {
+  const languages = await initI18n();
+  const session = await getSession();
+  if (!session.loggedIn && session.authenticationRequired) {
+    goToLogin();
+    return null;
+  }
+  if (session.passwordChangeRequired && !allowPendingChange) {
+    location.assign('/password.html');
+    return null;
+  }
+  renderHeader(session, languages);
+  document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;
+  document.addEventListener('languagechange', () => {
+    document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;
+  });
+  return session;
+}

@@ -1,0 +1,20 @@
+// The user manager page: each section loads and saves on its own, so one failing part leaves the
+// others usable.
+import { initPage } from './shell.js';
+import { initAuthRequired } from './um/auth-required.js';
+import { initBlockList } from './um/block-list.js';
+import { initLoginText } from './um/login-text.js';
+import { initRestart } from './um/restart.js';
+import { initRulesets } from './um/rulesets.js';
+import { initSessionPolicy } from './um/session-policy.js';
+import { initUsers } from './um/users.js';
+
+async function main() {
+  const session = await initPage();
+  if (!session) return;
+  initRestart();
+  await Promise.all([initUsers(), initAuthRequired(), initRulesets(), initBlockList(), initSessionPolicy(), initLoginText()]);
+  document.body.dataset.ready = 'true';
+}
+
+main();
