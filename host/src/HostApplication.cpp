@@ -1,0 +1,145 @@
+#include "HostApplication.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+
+#include "HostContext.h"
+#include "HostLoggers.h"
+#include "HttpServerSetup.h"
+#include "Kyr/System/Commons/AppDomain.h"
+#include "Kyr/System/Commons/Singleton.h"
+#include "Kyr/System/Nm/Notifications.h"
+#include "LoadedModule.h"
+#include "SecurityNotificationLog.h"
+#include "StderrLogSink.h"
+
+namespace Kyr::WbmHost {
+
+namespace {
+
+using Kyr::System::Commons::AppDomain;
+using Kyr::System::Commons::Singleton;
+using Kyr::System::Commons::Logging::LogManager;
+using Kyr::System::Nm::NotificationManager;
+
+// The platform singletons for the life of Run(); the AppDomain is owned by the host and only lent.
+class PlatformSingletons {
+public:
+    PlatformSingletons() : appDomain("wbm-host") {
+        LogManager::SetSink(std::make_shared<StderrLogSink>());
+        if (!Singleton<AppDomain>::IsCreated()) Singleton<AppDomain>::SetInstance(appDomain);
+        LogManager::AssignAppDomain(appDomain);
+        notifications = &Singleton<NotificationManager>::CreateInstance();
+    }
+    ~PlatformSingletons() {
+        Singleton<NotificationManager>::DestroyInstance();
+        if (Singleton<AppDomain>::TryGetInstance() == &appDomain) Singleton<AppDomain>::DestroyInstance();
+    }
+    AppDomain appDomain;
+    NotificationManager* notifications = nullptr;
+};
+
+// Keeps the services published while alive.
+class PublishedServices {
+public:
+    explicit PublishedServices(Kyr::PlatformServices::PlatformServices& services) : services(services) {
+        services.RegisterServices();
+    }
+    ~PublishedServices() { services.UnregisterServices(); }
+
+private:
+    Kyr::PlatformServices::PlatformServices& services;
+};
+
+void PrintLine(const Kyr::String& text) {
+    std::cout << text << std::endl; // flushed: scripts and tests wait for these lines
+}
+
+} // namespace
+
+HostApplication::HostApplication(HostOptions options) : options(std::move(options)) {}
+
+void HostApplication::RequestStop() {
+    stopRequested = true;
+    StopServing();
+}
+
+void HostApplication::RequestRestart() {
+    // Called inside the RestartSystem request: stopping the listener lets the answers in flight
+    // (this one included) be written before listen returns.
+    HostLifecycle::LogInfo("Restart requested");
+    restartRequested = true;
+    StopServing();
+}
+
+void HostApplication::StopServing() {
+    std::lock_guard<std::mutex> lock(serverMutex);
+    if (currentServer != nullptr) currentServer->stop();
+}
+
+int HostApplication::Run() {
+    PlatformSingletons platform;
+    try {
+        std::filesystem::create_directories(options.dataDirectory);
+        SessionStore sessions(options.idleTimeout);
+        LoginThrottle throttle;
+
+        Kyr::PlatformServices::ServicesOptions servicesOptions;
+        servicesOptions.dataDirectory = options.dataDirectory;
+        servicesOptions.hashOpsLimit = options.hashOpsLimit;
+        servicesOptions.hashMemLimit = options.hashMemLimit;
+        servicesOptions.authenticationDeactivatable = options.allowAuthenticationDeactivation;
+        servicesOptions.initialAdminPassword = options.initialAdminPassword;
+        auto services = Kyr::PlatformServices::PlatformServices::Open(servicesOptions, sessions, [this] { RequestRestart(); });
+        SecurityNotificationLog securityLog(*platform.notifications, *services);
+        PublishedServices published(*services);
+        if (auto password = services->GetInitialAdminPassword()) {
+            PrintLine("Initial password of user \"admin\": " + *password);
+            PrintLine("It must be changed at the first login.");
+        }
+
+        ModuleRegistry registry;
+        HostContext context(*services, sessions, throttle, registry, options);
+        const Modules::ModuleInfo moduleInfo(options.settingsPath, {{"Host", "wbm-host"}});
+        int port = options.listenPort;
+        bool first = true;
+        while (!stopRequested) {
+            auto module = LoadedModule::Load(options.modulePath, "Um", platform.appDomain, moduleInfo, registry);
+            auto server = CreateHttpServer(context);
+            if (port == 0) {
+                port = server->bind_to_any_port(options.listenHost);
+                if (port < 0) port = 0;
+            } else if (!server->bind_to_port(options.listenHost, port)) {
+                port = 0;
+            }
+            if (port == 0) {
+                HostLifecycle::LogError("Cannot listen on {0}:{1}", options.listenHost, options.listenPort);
+                return 1;
+            }
+            if (first) PrintLine("Listening on http://" + options.listenHost + ":" + std::to_string(port));
+            first = false;
+            {
+                std::lock_guard<std::mutex> lock(serverMutex);
+                currentServer = server.get();
+            }
+            if (!stopRequested) server->listen_after_bind();
+            {
+                std::lock_guard<std::mutex> lock(serverMutex);
+                currentServer = nullptr;
+            }
+            server.reset();
+            module.reset();
+            if (!restartRequested.exchange(false)) break;
+            sessions.EndAll();
+            HostLifecycle::LogInfo("Restarting: module unloaded, setting it up again");
+        }
+        HostLifecycle::LogInfo("Stopped");
+        return 0;
+    } catch (const std::exception& error) {
+        HostLifecycle::LogError("Host failed: {0}", error.what());
+        return 1;
+    }
+}
+
+} // namespace Kyr::WbmHost

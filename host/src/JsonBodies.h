@@ -1,0 +1,29 @@
+#pragma once
+#include <optional>
+#include <vector>
+
+#include "Kyr/System/Commons/String.h"
+
+namespace Kyr::WbmHost {
+
+// The host's own JSON answers (the module's answers pass through unchanged).
+Kyr::String ErrorBody(const Kyr::String& errorText);
+Kyr::String PasswordChangeRequiredBody();
+Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired);
+Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToken, bool passwordChangeRequired,
+                        bool authenticationRequired);
+Kyr::String LinesBody(const std::vector<Kyr::String>& lines);
+Kyr::String NoErrorBody();
+
+struct Credentials {
+    Kyr::String userName;
+    Kyr::String password;
+};
+// {"username": "...", "password": "..."} and nothing else of importance; nothing for anything else.
+std::optional<Credentials> ParseLoginBody(const Kyr::String& body);
+
+// The lines of the module's system use notification answer
+// ({"error":false,...,"result":{"SystemUseNotification":[...]}}); nothing when it is an error.
+std::optional<std::vector<Kyr::String>> ParseNotificationLines(const Kyr::String& moduleAnswer);
+
+} // namespace Kyr::WbmHost
