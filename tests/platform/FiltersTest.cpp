@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "Kyr/System/Commons/Sanitization/Filters.h"
+
+using Kyr::String;
+using namespace Kyr::System::Commons::Sanitization;
+
+TEST(XmlHtmlEntitiesCoderTest, EncodesDecodesOrPassesThroughByMode) {
+    struct Case {
+        int mode;
+        String input;
+        String expected;
+    };
+    const Case cases[] = {
+        {1, "", ""},
+        {1, "a<b>&\"c'", "a&lt;b&gt;&amp;&quot;c&apos;"},
+        {1, " ", "&#32;"},
+        {1, "   ", "&#32;  "},
+        {1, " a ", " a "},
+        {1, "line\nbreak\t", "line\nbreak\t"},
+        {1, "&amp;", "&amp;amp;"},
+        {2, "&lt;b&gt; &amp; &quot;&apos;", "<b> & \"'"},
+        {2, "&#32;  ", "   "},
+        {2, "&#65;&#x42;&#xe4;", "AB\xC3\xA4"},
+        {2, "&unknown; & &#; &#xZZ;", "&unknown; & &#; &#xZZ;"},
+        {2, "&amp;lt;", "&lt;"},
+        {0, "<&>", "<&>"},
+        {3, "&lt;", "&lt;"},
+    };
+    for (const Case& c : cases) {
+        const XmlHtmlEntitiesCoder coder("coder", c.mode);
+        EXPECT_EQ(coder.Filter(c.input), c.expected) << "mode " << c.mode << " input '" << c.input << "'";
+    }
+}
+
+TEST(XmlHtmlEntitiesCoderTest, DecodingUndoesEncoding) {
+    const XmlHtmlEntitiesCoder encoder("e", 1);
+    const XmlHtmlEntitiesCoder decoder("d", 2);
+    for (const String text : {"  ", "<tag a=\"1\">it's & more</tag>", "plain"})
+        EXPECT_EQ(decoder.Filter(encoder.Filter(text)), text);
+}
+
+TEST(CharactersEscaperTest, PrefixesEveryByteOfTheSetAndNothingElse) {
+    struct Case {
+        String set;
+        String prefix;
+        String input;
+        String expected;
+    };
+    const Case cases[] = {
+        {"\\", "\\", "a\\b", "a\\\\b"},
+        {"\\", "\\", "\\\\", "\\\\\\\\"},
+        {"\\", "\\", "no escapes", "no escapes"},
+        {"\"'", "^", "say \"hi\" 'x'", "say ^\"hi^\" ^'x^'"},
+        {"", "\\", "a\\b", "a\\b"},
+        {"a", "", "aaa", "aaa"},
+    };
+    for (const Case& c : cases) {
+        const CharactersEscaper escaper("escaper", c.set, c.prefix);
+        EXPECT_EQ(escaper.Filter(c.input), c.expected) << c.input;
+    }
+}
+
+TEST(StringFilterTest, NewLineFilterKeepsTextOnOneLine) {
+    const StringFilter filter(StringFilterKind::NewLine, "New line filter");
+    EXPECT_EQ(filter.GetName(), "New line filter");
+    EXPECT_EQ(filter.Filter("a\r\nb\nc"), "a\\r\\nb\\nc");
+    EXPECT_EQ(filter.Filter("typed \\n"), "typed \\\\n") << "a typed backslash-n stays distinguishable";
+    EXPECT_EQ(filter.Filter("plain"), "plain");
+}
