@@ -29,6 +29,21 @@ public:
     void InitializeBackups();
 
     // ---- User administration ------------------------------------------------------------------
+    // An over-long user name (64 bytes or more), role (64) or password (128) throws the platform's
+    // ArgumentException "Input string is too long" out of these functions.
+
+    WbmResponse GetUserManagementConfig(const WbmRequest& request) const;
+    WbmResponse IsUserAuthenticationRequired(const WbmRequest& request) const;
+    WbmResponse IsAuthenticationDeactivatable(const WbmRequest& request) const;
+    WbmResponse AddUser(const WbmRequest& request) const;
+    WbmResponse RemoveUser(const WbmRequest& request) const;
+    WbmResponse RestartSystem(const WbmRequest& request) const;
+    WbmResponse SetUserPassword(const WbmRequest& request) const;
+    WbmResponse ModifyUserConfig(const WbmRequest& request) const;
+    WbmResponse SetAuthenticationRequiredState(const WbmRequest& request) const;
+
+    // True for a name of 1 to 63 bytes that is not exactly one backslash.
+    static bool ValidateUserName(const String& userName);
 
     // ---- Password and session policies --------------------------------------------------------
     // (UmHandlerPolicies.cpp; the backup and its restore in UmHandlerBackup.cpp)
