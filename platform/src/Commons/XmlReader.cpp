@@ -69,6 +69,15 @@ struct XmlReader::Impl {
 
     [[noreturn]] void Fail(const String& message, int line) const { throw XmlException(message, line); }
 
+    // libxml2's global state is set up once, before the first reader, even when two threads race.
+    static void EnsureParserInitialised() {
+        static const bool initialised = [] {
+            xmlInitParser();
+            return true;
+        }();
+        (void)initialised;
+    }
+
     void Attach(xmlTextReaderPtr created, const String& source) {
         if (created == nullptr) Fail(SafeFormat("Cannot open XML file '{0}'", source), 0);
         reader = created;
@@ -205,12 +214,14 @@ XmlReader::~XmlReader() = default;
 
 std::unique_ptr<XmlReader> XmlReader::FromFile(const String& path) {
     if (!Io::File::Exists(path)) throw XmlException(SafeFormat("Cannot open XML file '{0}'", path), 0);
+    Impl::EnsureParserInitialised();
     auto impl = std::make_unique<Impl>();
     impl->Attach(xmlReaderForFile(path.c_str(), nullptr, ReaderOptions), path);
     return std::unique_ptr<XmlReader>(new XmlReader(std::move(impl)));
 }
 
 std::unique_ptr<XmlReader> XmlReader::FromMemory(const String& text) {
+    Impl::EnsureParserInitialised();
     auto impl = std::make_unique<Impl>();
     impl->buffer = text;
     impl->Attach(xmlReaderForMemory(impl->buffer.data(), static_cast<int>(impl->buffer.size()), "memory", nullptr, ReaderOptions),
