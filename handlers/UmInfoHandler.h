@@ -11,6 +11,9 @@ public:
     using WbmRequest = Kyr::Services::Commons::Wbm::Messages::WbmRequest;
     using WbmResponse = Kyr::Services::Commons::Wbm::Messages::WbmResponse;
 
+    static constexpr const char* getPasswordInfoFunctionName = "GetPasswordInfo";
+    static constexpr const char* changeCurrentUserPasswordFunctionName = "ChangeCurrentUserPassword";
+
     UmInfoHandler();
     ~UmInfoHandler() override;
 
@@ -18,6 +21,13 @@ public:
     bool HasPermissions(const SecurityToken& token) const override;
 
     void SubscribeServices();
+
+    // The caller's password state in the module's JSON envelope; a token without a live session
+    // gives an error envelope with an empty error text and no data.
+    WbmResponse GetPasswordInfo(const WbmRequest& request) const;
+    // Query parameters "currentPassword", "newPassword", "confirmNewPassword"; answers the platform's
+    // JsonResponse with a BooleanResult. A password of 128 bytes or more throws ArgumentException.
+    WbmResponse ChangeCurrentUserPassword(const WbmRequest& request) const;
 };
 
 } // namespace Kyr::Services::Modules::Wbm::Um::Internal
