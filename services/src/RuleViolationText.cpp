@@ -48,17 +48,17 @@ std::string LongForm(const RuleViolation& v) {
 std::string ShortForm(const RuleViolation& v) {
     switch (v.rule) {
     case PasswordRule::TooShort: return fmt::format("Min {} chars.", v.count);
-    case PasswordRule::Letters: return fmt::format("Min {} letters.", v.count);
-    case PasswordRule::MixedCase: return fmt::format("Min {} A-Z, {} a-z.", v.count, v.count);
-    case PasswordRule::Digits: return fmt::format("Min {} digits.", v.count);
-    case PasswordRule::Symbols: return fmt::format("Min {} symbols.", v.count);
-    case PasswordRule::NonAscii: return fmt::format("Min {} non-ASCII.", v.count);
+    case PasswordRule::Letters: return fmt::format("{}+ letters.", v.count);
+    case PasswordRule::MixedCase: return fmt::format("{}+ A-Z/a-z.", v.count);
+    case PasswordRule::Digits: return fmt::format("{}+ digits.", v.count);
+    case PasswordRule::Symbols: return fmt::format("{}+ symbols.", v.count);
+    case PasswordRule::NonAscii: return fmt::format("{}+ non-ASCII.", v.count);
     case PasswordRule::SymbolNotAllowed: return "Bad symbol.";
     case PasswordRule::ControlCharacter: return "Control char.";
     case PasswordRule::InvalidUtf8: return "Bad UTF-8.";
     case PasswordRule::ContainsUserName: return "Has user name.";
     case PasswordRule::BlockListed: return "Blocked.";
-    case PasswordRule::Reused: return fmt::format("Reused (last {}).", v.count);
+    case PasswordRule::Reused: return fmt::format("Reused ({}).", v.count);
     case PasswordRule::ChangeLimit: return fmt::format("Max {}/{}.", v.count, Interval(v));
     }
     return "Rule.";

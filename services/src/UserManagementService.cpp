@@ -194,7 +194,8 @@ bool UserManagementService::ChangeUserPassword(const RscString<64>& userNameArg,
         if (!now || now->passwordHash != user.passwordHash) return Fail("Password was changed meanwhile; try again.");
         std::int64_t time = context->Now();
         users.SetPassword(user.id, hash, false, time);
-        users.RecordOwnChange(user.id, time);
+        // Only voluntary changes count against the changes-per-interval limit.
+        if (!forced) users.RecordOwnChange(user.id, time);
         transaction.Commit();
         LogInfo("User '{0}' changed the own password", name);
         return true;

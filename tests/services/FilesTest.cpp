@@ -1,0 +1,89 @@
+#include <fstream>
+
+#include "AtomicFile.h"
+#include "ServicesTestSupport.h"
+
+namespace Kyr::Testing {
+namespace {
+
+using Kyr::System::Commons::Io::FileSystemError;
+namespace Svc = Kyr::System::Commons::Services;
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+class Files : public ServicesTest {
+protected:
+    std::shared_ptr<Svc::ISystemUseNotificationService> LoginText() {
+        return ServiceManager::GetService<Svc::ISystemUseNotificationService, Svc::SystemUseNotificationServiceProxyFactory>();
+    }
+};
+
+TEST_F(Files, AtomicWriteReplacesWholeAndLeavesNoTemporaryFile) {
+    std::string path = directory + "/file";
+    ASSERT_EQ(Ps::WriteFileAtomically(path, "first version, longer"), 0);
+    ASSERT_EQ(Ps::WriteFileAtomically(path, "second"), 0);
+    EXPECT_EQ(ReadFile(path), "second");
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+        EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos) << entry.path();
+    EXPECT_EQ(Ps::WriteFileAtomically(directory + "/missing/file", "x"), ENOENT);
+}
+
+TEST_F(Files, LoginTextRoundTripsBytesAndIsEmptyAtFirst) {
+    std::vector<std::uint8_t> text;
+    ASSERT_EQ(LoginText()->ReadNotification(text), FileSystemError::Success);
+    EXPECT_TRUE(text.empty());
+    std::vector<std::uint8_t> written = {'H', 'i', '\r', '\n', 0xC3, 0xA4, '<', '&'};
+    ASSERT_EQ(LoginText()->WriteNotification(written), FileSystemError::Success);
+    Open();
+    ASSERT_EQ(LoginText()->ReadNotification(text), FileSystemError::Success);
+    EXPECT_EQ(text, written);
+    EXPECT_EQ(LoginText()->WriteNotification(std::vector<std::uint8_t>(64 * 1024 + 1, 'x')), FileSystemError::TooLarge);
+}
+
+TEST_F(Files, LoginTextErrorsMapToFileSystemErrors) {
+    std::filesystem::create_directory(directory + "/login-text"); // a folder where the file should be
+    std::vector<std::uint8_t> text;
+    EXPECT_NE(LoginText()->ReadNotification(text), FileSystemError::Success);
+    EXPECT_NE(LoginText()->WriteNotification({'x'}), FileSystemError::Success);
+}
+
+TEST_F(Files, TrustStoresAreTheFoldersSorted) {
+    namespace Ssm = Kyr::Services::SecurityStoreManager;
+    auto stores = ServiceManager::GetService<Ssm::ITrustStoreManagementService, Ssm::TrustStoreManagementServiceProxyFactory>();
+    for (const char* name : {"zeta", "Alpha", "mid", ".hidden"})
+        std::filesystem::create_directories(directory + "/truststores/" + name);
+    std::ofstream(directory + "/truststores/file-not-store") << "x";
+    std::vector<std::string> names;
+    for (const auto& name : stores->GetTrustStoreNames()) names.push_back(name.ToString());
+    EXPECT_EQ(names, (std::vector<std::string>{"Alpha", "mid", "zeta"}));
+}
+
+TEST_F(Files, SecurityLogAppendsOneLinePerEntry) {
+    services->AppendSecurityLog("first");
+    services->AppendSecurityLog("forged\nsecond line");
+    EXPECT_EQ(ReadFile(directory + "/security.log"), "first\nforged second line\n");
+}
+
+TEST_F(Files, RestartDeviceAsksTheHost) {
+    namespace Dev = Kyr::Device::Interface::Services;
+    auto device = ServiceManager::GetService<Dev::IDeviceControlService, Dev::DeviceControlServiceProxyFactory>();
+    EXPECT_TRUE(device->RestartDevice());
+    EXPECT_EQ(restarts, 1);
+}
+
+TEST_F(Files, DataDirectoryIsPrivateAndHoldsNoClearPassword) {
+    auto permissions = std::filesystem::status(directory).permissions();
+    EXPECT_EQ(permissions & (std::filesystem::perms::group_all | std::filesystem::perms::others_all),
+              std::filesystem::perms::none);
+    services.reset(); // closes the database and its journal
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        if (!entry.is_regular_file()) continue;
+        EXPECT_EQ(ReadFile(entry.path().string()).find(AdminPassword), std::string::npos) << entry.path();
+    }
+}
+
+} // namespace
+} // namespace Kyr::Testing
