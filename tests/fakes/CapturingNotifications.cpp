@@ -44,6 +44,8 @@ CapturingNotifications::CapturingNotifications()
 }
 
 CapturingNotifications::~CapturingNotifications() {
+    // A test may have destroyed the manager itself; then there is nothing left to unsubscribe from.
+    if (Singleton<NotificationManager>::TryGetInstance() != &manager) return;
     manager.Unsubscribe(subscription);
     if (createdManager) Singleton<NotificationManager>::DestroyInstance();
 }
