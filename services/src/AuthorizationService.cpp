@@ -4,7 +4,6 @@
 
 #include "ConfigStore.h"
 #include "Defaults.h"
-#include "Kyr/System/Commons/Logging/Loggable.h"
 #include "Schema.h"
 #include "UserStore.h"
 
@@ -14,8 +13,6 @@ namespace {
 // Held by every logged-in user: the own password information and the device information page.
 constexpr const char* PermissionsOfEveryUser[] = {"kyr.services.wbm/modules/Um/UserManagerInfo",
                                                   "kyr.services.wbm/information"};
-
-struct AuthorizationLog : Kyr::System::Commons::Logging::Loggable<AuthorizationLog> {};
 } // namespace
 
 bool AuthorizationService::HasPermission(const Kyr::System::Rsc::RscString<512>& objectName, std::uint32_t right,
@@ -24,7 +21,7 @@ bool AuthorizationService::HasPermission(const Kyr::System::Rsc::RscString<512>&
         return HasPermissionChecked(objectName.ToString(), right, token);
     } catch (const std::exception& error) {
         // When in doubt, refuse.
-        AuthorizationLog::LogError("Permission check failed: {0}", error.what());
+        LogError("Permission check failed: {0}", error.what());
         return false;
     }
 }

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Kyr/System/Acf/IAuthorizationService.h"
+#include "Kyr/System/Commons/Logging/Loggable.h"
 #include "ServiceContext.h"
 
 namespace Kyr::PlatformServices {
@@ -12,7 +13,8 @@ namespace Kyr::PlatformServices {
 //  - otherwise a role holds what the role-permission table grants it;
 //  - a caller without a live session acts with the role "Unauthenticated", but only while
 //    authentication is not required; otherwise it holds nothing.
-class AuthorizationService final : public Kyr::System::Acf::Services::IAuthorizationService {
+class AuthorizationService final : public Kyr::System::Acf::Services::IAuthorizationService,
+                                   private Kyr::System::Commons::Logging::Loggable<AuthorizationService> {
 public:
     explicit AuthorizationService(std::shared_ptr<ServiceContext> context) : context(std::move(context)) {}
 

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <thread>
 
 #include "ServicesTestSupport.h"
@@ -232,6 +233,22 @@ TEST_F(UserManagement, LastErrorTextBelongsToTheCallingThread) {
     }).join();
     EXPECT_EQ(other, "Invalid user name.");
     EXPECT_EQ(LastError(), "User not found.");
+}
+
+TEST_F(UserManagement, ConcurrentCallersShareTheDatabaseSafely) {
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&, i] {
+            std::string name = "worker" + std::to_string(i);
+            bool ok = Users()->AddUser(name, "Tulip-pass-1") && Users()->ChangeUserPassword(name, "Tulip-pass-1", "Tulip-pass-2") &&
+                      services->CheckLogin(name, "Tulip-pass-2").outcome == Ps::LoginOutcome::Success &&
+                      Users()->GetUsers().size() >= 2;
+            if (!ok) ++failures;
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(Users()->GetUsers().size(), 5u);
 }
 
 } // namespace
