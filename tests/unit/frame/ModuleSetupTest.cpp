@@ -1,0 +1,119 @@
+// SetupModule and ResetModule of the module "Um", made through the loaded library as a host does,
+// against a recording host: orders, refusals with their messages, and what a reset withdraws.
+#include <gtest/gtest.h>
+
+#include "Kyr/System/Commons/Exceptions.h"
+#include "Kyr/System/Commons/Singleton.h"
+#include "LoadedModuleLibrary.h"
+#include "TempFile.h"
+#include "fakes/CapturingNotifications.h"
+#include "fakes/RecordingModuleHandler.h"
+#include "fakes/ScopedServices.h"
+#include "notifications/SecurityNotifications.h"
+
+namespace {
+
+using Kyr::String;
+using Kyr::Services::Commons::Wbm::Modules::ModuleInfo;
+using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
+using Kyr::System::Commons::Singleton;
+using Kyr::Testing::RecordingModuleHandler;
+using Calls = std::vector<String>;
+
+const Calls registrations = {
+    "RegisterDataProvider:UserManagementInfoDp", "RegisterDataProvider:UserManagementDp",
+    "RegisterDataProvider:LdapDp",               "RegisterDataProvider:SystemUseNotificationDp",
+    "RegisterPage:UserManager",                  "RegisterPage:LdapConfiguration",
+};
+const Calls withdrawals = {
+    "UnregisterDataProvider:UserManagementDp", "UnregisterDataProvider:UserManagementInfoDp",
+    "UnregisterDataProvider:LdapDp",           "UnregisterDataProvider:SystemUseNotificationDp",
+    "UnregisterPage:UserManager",              "UnregisterPage:LdapConfiguration",
+};
+
+Calls Slice(const Calls& calls, std::size_t from, std::size_t to = ~std::size_t{0}) {
+    return Calls(calls.begin() + std::min(from, calls.size()), calls.begin() + std::min(to, calls.size()));
+}
+
+Calls operator+(Calls first, const Calls& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+class ModuleSetup : public testing::Test {
+protected:
+    ModuleInfo Info(const FrameTests::TempFile& file) const { return ModuleInfo(file.Path(), {{"k", "v"}}); }
+
+    Kyr::Testing::CapturingNotifications notifications;
+    Kyr::Testing::ScopedServices services;
+    RecordingModuleHandler host;
+    FrameTests::TempFile settings{
+        FrameTests::SettingsDocument(R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled="true"/>)")};
+    std::unique_ptr<Kyr::Services::Commons::Wbm::Modules::IWbmModule> module =
+        FrameTests::LoadedModuleLibrary::Get().factory->CreateModule("Um");
+};
+
+TEST_F(ModuleSetup, RegistersInOrderAndResetWithdrawsInItsOwnOrder) {
+    module->ResetModule(host);  // before any set-up: nothing to withdraw
+    EXPECT_TRUE(host.GetCalls().empty());
+
+    module->SetupModule(Info(settings), host);
+    EXPECT_EQ(host.GetCalls(), registrations + Calls{"RegisterModuleInfoEntry:k"});
+    // A page is served by the same object as its data provider.
+    EXPECT_EQ(dynamic_cast<void*>(host.GetPage("LdapConfiguration").get()), dynamic_cast<void*>(host.GetDataProvider("LdapDp").get()));
+    for (const auto& [name, handler] : host.GetDataProviders()) EXPECT_TRUE(handler->IsAvailable()) << name;
+
+    module->ResetModule(host);
+    EXPECT_EQ(Slice(host.GetCalls(), 7), withdrawals + Calls{"UnregisterModuleInfoEntry:k"});
+    try {
+        Singleton<SecurityNotifications>::GetInstance().SendUserManagerInvalidRequest("x", "AddUser");
+        ADD_FAILURE() << "the notification sender outlived the reset";
+    } catch (const Kyr::Exception& error) {
+        EXPECT_EQ(error.GetMessage(), "Singleton instance of type "
+                                      "'Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications' was not created yet!");
+    }
+}
+
+TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) {
+    struct Case {
+        String refused;
+        String message;
+        std::size_t accepted;  // registrations accepted before the refusal
+        Calls withdrawn;
+    };
+    const String provider = "Failed to register data provider: ";
+    const std::vector<Case> cases = {
+        {"UserManagementInfoDp", provider + "UserManagementInfoDp", 0, {}},
+        {"UserManagementDp", provider + "UserManagementDp", 1, {withdrawals[1]}},
+        {"LdapDp", provider + "UserManagementDp", 2, Slice(withdrawals, 0, 2)},  // names the step before
+        {"SystemUseNotificationDp", provider + "SystemUseNotificationDp", 3, Slice(withdrawals, 0, 3)},
+        {"UserManager", "Failed to register page: UserManager", 4, Slice(withdrawals, 0, 4)},
+        {"LdapConfiguration", "Failed to register page: UserManager", 5, Slice(withdrawals, 0, 5)},  // the step before
+    };
+    for (const auto& c : cases) {
+        RecordingModuleHandler refusing;
+        refusing.RefuseRegistration(c.refused);
+        try {
+            module->SetupModule(ModuleInfo(settings.Path(), {}), refusing);
+            ADD_FAILURE() << c.refused << " refused without an exception";
+        } catch (const Kyr::System::Commons::InvalidOperationException& error) {
+            EXPECT_EQ(error.GetMessage(), c.message);
+        }
+        EXPECT_EQ(refusing.GetCalls(), Slice(registrations, 0, c.accepted + 1)) << c.refused;
+        module->ResetModule(refusing);
+        EXPECT_EQ(Slice(refusing.GetCalls(), c.accepted + 1), c.withdrawn) << c.refused;
+    }
+}
+
+TEST_F(ModuleSetup, LdapSwitchedOffLeavesProviderAndPageRegisteredButUnavailable) {
+    FrameTests::TempFile disabled(
+        FrameTests::SettingsDocument(R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled="false"/>)"));
+    module->SetupModule(Info(disabled), host);
+    EXPECT_EQ(Slice(host.GetCalls(), 0, 6), registrations);
+    EXPECT_FALSE(host.GetDataProvider("LdapDp")->IsAvailable());
+    EXPECT_FALSE(host.GetPage("LdapConfiguration")->IsAvailable());
+    EXPECT_TRUE(host.GetDataProvider("UserManagementDp")->IsAvailable());
+    module->ResetModule(host);
+}
+
+} // namespace
