@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <exception>
+#include <filesystem>
+#include <system_error>
 #include <memory>
 #include <vector>
 
@@ -52,8 +54,13 @@ const boost::regex& EnableExpression() {
 
 ResponseHeader PlainTextHeader() { return ResponseHeader(ContentType::Text, ContentSubtype::Plain, CharsetType::Utf8); }
 
+// A symbolic link is removed too, even one pointing nowhere: the upload must never be written
+// through a link that someone else left in the shared temporary folder.
 void DeleteTempFileIfPresent() {
-    if (File::Exists(LdapHandler::LdapTempFilePath)) File::Delete(LdapHandler::LdapTempFilePath);
+    const String& path = LdapHandler::LdapTempFilePath;
+    std::error_code ignored;
+    if (File::Exists(path) || std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored)))
+        File::Delete(path);
 }
 
 } // namespace

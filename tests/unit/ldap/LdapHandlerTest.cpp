@@ -50,8 +50,9 @@ TEST_F(Ldap, UploadGoesThroughAFreshTemporaryFileRemovedAfterwards) {
     const fs::path temp = LdapHandler::LdapTempFilePath;
     const fs::path victim = folder / "victim";
     std::ofstream(victim) << "untouched";
-    for (const String& body : {String(""), String("uri ldaps://dir\r\nbase dc=x\\y\n")}) {
-        fs::create_symlink(victim, temp);  // a leftover is removed, not written through
+    const std::vector<std::pair<String, fs::path>> cases = {{"", victim}, {"uri ldaps://dir\r\nbase dc=x\\y\n", folder / "nowhere"}};
+    for (const auto& [body, linkTarget] : cases) {
+        fs::create_symlink(linkTarget, temp);  // a leftover link is removed, not written through
         String seen = "(not called)";
         EXPECT_CALL(*services.userManagerConfiguration, SetLdapConfigurationFromFile(RscString<256>(temp.string()), false))
             .WillOnce(Invoke([&](const auto&, bool) { seen = ReadFile(temp); return Error::NoError; }));
@@ -59,6 +60,7 @@ TEST_F(Ldap, UploadGoesThroughAFreshTemporaryFileRemovedAfterwards) {
         EXPECT_EQ(seen, body);
         EXPECT_FALSE(fs::exists(temp));
         EXPECT_EQ(ReadFile(victim), "untouched");
+        EXPECT_FALSE(fs::exists(folder / "nowhere"));
     }
 }
 
