@@ -1,0 +1,113 @@
+// The form-body functions of "UserManagementDp": how the body is searched, what reaches the
+// service, what is answered and what is reported as an invalid request.
+#include "UserAdministrationFixture.h"
+
+#include "Kyr/System/Commons/Exceptions.h"
+
+namespace {
+
+using namespace UsersTests;
+
+const String n63(63, 'n'), n64(64, 'n'), p127(127, 'p'), p128(128, 'p');
+String Refused(const String& text) { return R"({"error":true,"errorText":")" + text + R"(","result":null})"; }
+
+struct FormCase {
+    const char* function;
+    String body;
+    String calls;    // service calls made
+    String answer;
+    String notified; // function named by the invalid-request notification
+};
+
+TEST_F(UserAdministration, FormBodiesAreSearchedAndValuesPassedAsSent) {
+    const std::vector<FormCase> cases = {
+        {"AddUser", "username=anna&password=pw&confirmPassword=pw", "AddUser(anna,pw)", ok, ""},
+        {"AddUser", "x=1&username=anna&password=pw&confirmPassword=pw", "AddUser(anna,pw)", ok, ""},
+        {"AddUser", "username=a%20b&password=p+&confirmPassword=p+", "AddUser(a%20b,p+)", ok, ""},
+        // Greedy groups: a value holding the next key splits at the last place that still matches.
+        {"AddUser", "username=a&password=b&password=c&confirmPassword=c", "AddUser(a&password=b,c)", ok, ""},
+        {"AddUser", "username=u&password=p&confirmPassword=p&confirmPassword=p", "", Refused("Passwords don't match!"), ""},
+        {"AddUser", "username=a\\b&password=p&confirmPassword=p", "AddUser(a\\b,p)", ok, ""},
+        {"AddUser", "username=\\&password=p&confirmPassword=p", "", Refused("Username has invalid characters"), ""},
+        {"AddUser", "username=" + n63 + "&password=p&confirmPassword=p", "AddUser(" + n63 + ",p)", ok, ""},
+        {"AddUser", "username=" + n64 + "&password=p&confirmPassword=p", "", Refused("Username has invalid characters"), ""},
+        {"AddUser", "username=u&password=" + p127 + "&confirmPassword=" + p127, "AddUser(u," + p127 + ")", ok, ""},
+        {"AddUser", "username=u&password=pw&confirmPassword=pW", "", Refused("Passwords don't match!"), ""},
+        {"AddUser", "username=&password=p&confirmPassword=p", "", invalid, "SetUserPassword"},
+        {"AddUser", "userName=u&password=p&confirmPassword=p", "", invalid, "SetUserPassword"},
+        {"RemoveUser", "a=b&username=x&y=z", "RemoveUser(x&y=z)", ok, ""},
+        {"RemoveUser", "username=\\", "RemoveUser(\\)", ok, ""},
+        {"RemoveUser", "username=", "", invalid, "SetUserPassword"},
+        {"SetUserPassword", "username=\\&newPassword=n&newPassword=m&confirmNewPassword=m", "SetUserPassword(\\&newPassword=n,m)", ok, ""},
+        {"SetUserPassword", "username=u&newPassword=n&confirmNewPassword=n ", "", Refused("Passwords don't match!"), ""},
+        {"SetUserPassword", "username=u&password=n&confirmPassword=n", "", invalid, "SetUserPassword"},
+        {"SetAuthenticationRequiredState", "csrf=1&userAthenticationEnabled=true", "Required(true)", ok, ""},
+        {"SetAuthenticationRequiredState", "userAthenticationEnabled=TRUE", "Required(false)", ok, ""},
+        {"SetAuthenticationRequiredState", "userAthenticationEnabled=1", "Required(false)", ok, ""},
+        {"SetAuthenticationRequiredState", "userAthenticationEnabled=true&x=1", "Required(false)", ok, ""},
+        {"SetAuthenticationRequiredState", "userAuthenticationEnabled=true", "", invalid, "SetAuthenticationRequiredState"},
+        {"SetAuthenticationRequiredState", "userAthenticationEnabled=", "", invalid, "SetAuthenticationRequiredState"},
+        {"SetAuthenticationRequiredState", "", "", invalid, "SetAuthenticationRequiredState"},
+    };
+    for (const FormCase& c : cases) {
+        SCOPED_TRACE(String(c.function) + " " + c.body.substr(0, 80));
+        EXPECT_EQ(Call(c.function, c.body), c.answer);
+        EXPECT_EQ(calls, c.calls);
+        EXPECT_EQ(Notified(), c.notified.empty() ? "" : c.body + "|" + c.notified + ";");
+    }
+}
+
+TEST_F(UserAdministration, RefusalsAnswerTheServicesTextOrTheSwitchsFixedText) {
+    accept = false;
+    ON_CALL(users, GetLastErrorText()).WillByDefault(Return(RscString<128>("User \"anna\" exists")));
+    const String serviceText = Refused(R"(User \"anna\" exists)");
+    EXPECT_EQ(Call("AddUser", "username=anna&password=p&confirmPassword=p"), serviceText);
+    EXPECT_EQ(Call("RemoveUser", "username=anna"), serviceText);
+    EXPECT_EQ(Call("SetUserPassword", "username=anna&newPassword=p&confirmNewPassword=p"), serviceText);
+    EXPECT_EQ(Logged(), "");
+    EXPECT_EQ(Call("SetAuthenticationRequiredState", "userAthenticationEnabled=yes"), Refused("Failed to set user authentication required state"));
+    EXPECT_EQ(Logged(), "3:Failed to set user authentication required state to :false;");
+    Call("AddUser", "username=\\&password=secret&confirmPassword=secret");
+    EXPECT_EQ(Logged(), "3:Username has invalid characters;");
+}
+
+TEST_F(UserAdministration, OverLongNamesRolesAndPasswordsThrowBeforeTheService) {
+    const std::pair<const char*, String> cases[] = {
+        {"AddUser", "username=u&password=" + p128 + "&confirmPassword=" + p128},
+        {"RemoveUser", "username=" + n64},
+        {"SetUserPassword", "username=" + n64 + "&newPassword=p&confirmNewPassword=p"},
+        {"SetUserPassword", "username=u&newPassword=" + p128 + "&confirmNewPassword=" + p128},
+        {"ModifyUserConfig", R"({"userConfigItem":{"userName":")" + n64 + R"(","hasAdminRuleset":true,"userRoles":[]}})"},
+        {"ModifyUserConfig", R"({"userConfigItem":{"userName":"u","hasAdminRuleset":true,"userRoles":[")" + n64 + R"("]}})"},
+    };
+    for (const auto& [function, body] : cases) {
+        try {
+            Call(function, body);
+            ADD_FAILURE() << function << " did not throw";
+        } catch (const Kyr::System::Commons::ArgumentException& error) {
+            EXPECT_EQ(error.GetArgumentName() + ":" + error.GetMessage(), "arg:Input string is too long");
+        }
+        EXPECT_EQ(calls, "") << function;
+    }
+}
+
+TEST_F(UserAdministration, QueriesAndRestartAnswerWithoutError) {
+    ON_CALL(users, GetAuthenticationRequired()).WillByDefault(Return(true));
+    EXPECT_EQ(Call("IsUserAuthenticationRequired"), R"({"error":false,"errorText":"","result":true})");
+    EXPECT_EQ(Call("IsAuthenticationDeactivatable"), R"({"error":false,"errorText":"","result":false})");
+    EXPECT_CALL(*services.deviceControl, RestartDevice()).WillOnce(Return(false)); // refusal is not reported
+    EXPECT_EQ(Call("RestartSystem"), ok);
+}
+
+TEST(UserManagementDp, RegistersAllFifteenFunctionsInTableOrder) {
+    const Kyr::Services::Modules::Wbm::Um::Internal::UmHandler handler;
+    EXPECT_EQ(handler.GetRequestFunctionNames(),
+              (std::vector<String>{"GetUserManagementConfig", "GetSessionPolicyConfig", "GetPasswordRoleRulesets",
+                                   "GetPasswordBlockList", "IsUserAuthenticationRequired", "IsAuthenticationDeactivatable",
+                                   "SetSessionPolicyConfig", "SetPasswordBlockList", "SetPasswordRoleRulesets", "AddUser",
+                                   "RemoveUser", "RestartSystem", "SetUserPassword", "ModifyUserConfig",
+                                   "SetAuthenticationRequiredState"}));
+    EXPECT_FALSE(handler.IsAvailable());
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+#pragma once
+// A UmHandler on fresh service mocks whose changing calls are recorded as text ("AddUser(a,pw)"),
+// with captured log lines and security notifications.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Kyr/System/Commons/Singleton.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/CapturingNotifications.h"
+#include "fakes/ScopedServices.h"
+#include "handlers/UmHandler.h"
+#include "notifications/SecurityNotifications.h"
+
+namespace UsersTests {
+
+using namespace testing;
+using Kyr::String;
+using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
+using Kyr::System::Rsc::RscString;
+using Roles = std::vector<RscString<64>>;
+
+constexpr const char* ok = R"({"error":false,"errorText":"","result":null})";
+constexpr const char* invalid = R"({"error":true,"errorText":"Invalid Request!","result":null})";
+
+struct UserAdministration : Test {
+    Kyr::Testing::CapturingLogSink log;
+    Kyr::Testing::CapturingNotifications notifications;
+    Kyr::Testing::ScopedServices services;
+    Kyr::Services::Modules::Wbm::Um::Internal::UmHandler handler;
+    NiceMock<Kyr::Testing::MockUserManagementService>& users = *services.userManagement;
+    String calls;   // the service calls of the last request
+    bool accept = true; // what the recorded calls answer
+
+    UserAdministration() {
+        Kyr::System::Commons::Singleton<SecurityNotifications>::CreateInstance();
+        handler.SubscribeServices();
+        auto record = [this](String call) { calls += call; return accept; };
+        ON_CALL(users, AddUser(_, _)).WillByDefault([=](auto& n, auto& p) { return record("AddUser(" + n.ToString() + "," + p.ToString() + ")"); });
+        ON_CALL(users, RemoveUser(_)).WillByDefault([=](auto& n) { return record("RemoveUser(" + n.ToString() + ")"); });
+        ON_CALL(users, SetUserPassword(_, _)).WillByDefault([=](auto& n, auto& p) { return record("SetUserPassword(" + n.ToString() + "," + p.ToString() + ")"); });
+        ON_CALL(users, SetAuthenticationRequired(_)).WillByDefault([=](bool on) { return record(on ? "Required(true)" : "Required(false)"); });
+        ON_CALL(users, SetAdminRuleset(_, _)).WillByDefault([=](auto& n, bool on) { return record("SetAdminRuleset(" + n.ToString() + (on ? ",true)" : ",false)")); });
+        ON_CALL(users, SetUserRoles(_, _)).WillByDefault([=](auto& n, const Roles& roles) {
+            String text = "SetUserRoles(" + n.ToString();
+            for (const auto& role : roles) text += "," + role.ToString();
+            return record(text + ")");
+        });
+    }
+    ~UserAdministration() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
+
+    String Call(const String& function, const String& body = String()) {
+        calls.clear();
+        log.Clear();
+        notifications.Clear();
+        return handler
+            .HandleRequest({function, Kyr::System::Acf::SecurityToken("s1"), Kyr::Services::Commons::Wbm::Messages::RequestData(body), {}})
+            .GetBody();
+    }
+    // "request|function" of each invalid-request notification of the last request.
+    String Notified() const {
+        String text;
+        for (const auto& n : notifications.GetNotifications()) text += n.InfoValue("request") + "|" + n.InfoValue("function") + ";";
+        return text;
+    }
+    // "level:text" of each log line of the last request.
+    String Logged() const {
+        String text;
+        for (const auto& line : log.GetLines()) text += std::to_string(line.level) + ":" + line.text + ";";
+        return text;
+    }
+};
+
+} // namespace UsersTests
