@@ -15,10 +15,9 @@
 
 namespace Kyr::PlatformServices {
 
-namespace {
-
 using Kyr::System::Rsc::ServiceManager;
 
+// Not in an anonymous namespace: its logger is named after the class.
 class PlatformServicesImpl final : public PlatformServices,
                                    private Kyr::System::Commons::Logging::Loggable<PlatformServicesImpl> {
 public:
@@ -101,8 +100,6 @@ private:
     std::optional<String> initialAdminPassword;
     bool registered = false;
 };
-
-} // namespace
 
 std::unique_ptr<PlatformServices> PlatformServices::Open(const ServicesOptions& options, SessionDirectory& sessions,
                                                          std::function<void()> restartRequest) {
