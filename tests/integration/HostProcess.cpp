@@ -1,0 +1,150 @@
+#include "HostProcess.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace Kyr::IntegrationTests {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+TempDir::TempDir() {
+    std::string pattern = (fs::temp_directory_path() / "wbm-host-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    path = pattern;
+}
+
+TempDir::~TempDir() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+}
+
+HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments) {
+    logPath = dataDirectory.string() + ".host.log";
+    std::vector<std::string> arguments = {KYR_BUILD_BIN_DIR "/wbm-host", "--listen", "127.0.0.1:0",
+                                          "--data-dir", dataDirectory.string(),
+                                          "--module", KYR_BUILD_LIB_DIR "/libKyr.Services.Modules.Wbm.Um.so",
+                                          "--settings", KYR_SOURCE_DIR "/settings/UmWbmModuleSettings.xml",
+                                          "--web-root", KYR_SOURCE_DIR "/web", "--hash-cost", "min"};
+    arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+
+    std::vector<char*> argv; // built before fork: the child may only make async-signal-safe calls
+    for (auto& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    const std::string log = logPath.string();
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+    pid = fork();
+    if (pid == 0) {
+        dup2(fds[1], STDOUT_FILENO);
+        int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        dup2(logFd, STDERR_FILENO);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    close(fds[1]);
+    stdoutFd = fds[0];
+
+    // Wait (bounded) for "Listening on http://127.0.0.1:PORT".
+    const auto deadline = Clock::now() + std::chrono::seconds(60);
+    std::string pending;
+    while (port == 0) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        pollfd descriptor{stdoutFd, POLLIN, 0};
+        if (left <= 0 || poll(&descriptor, 1, static_cast<int>(left)) <= 0) break;
+        char buffer[512];
+        ssize_t count = read(stdoutFd, buffer, sizeof buffer);
+        if (count <= 0) break;
+        pending.append(buffer, static_cast<std::size_t>(count));
+        for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
+            startLines.push_back(pending.substr(0, end));
+            pending.erase(0, end + 1);
+            const std::string prefix = "Listening on http://127.0.0.1:";
+            if (startLines.back().rfind(prefix, 0) == 0) port = std::stoi(startLines.back().substr(prefix.size()));
+        }
+    }
+    if (port == 0) {
+        Stop();
+        throw std::runtime_error("wbm-host did not start; its log:\n" + LogText());
+    }
+}
+
+HostProcess::~HostProcess() { Stop(); }
+
+bool HostProcess::IsRunning() { return pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0; }
+
+int HostProcess::Stop() {
+    if (pid <= 0) return -1;
+    kill(pid, SIGTERM);
+    int status = 0;
+    const auto deadline = Clock::now() + std::chrono::seconds(20);
+    int result = -1;
+    while (true) {
+        if (waitpid(pid, &status, WNOHANG) == pid) {
+            result = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            break;
+        }
+        if (Clock::now() > deadline) {
+            kill(pid, SIGKILL);
+            waitpid(pid, &status, 0);
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    pid = -1;
+    if (stdoutFd >= 0) close(stdoutFd);
+    stdoutFd = -1;
+    return result;
+}
+
+std::string HostProcess::LogText() const {
+    std::ifstream stream(logPath);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+std::string RawExchange(int port, const std::string& request) {
+    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::string answer;
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        send(fd, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size())) {
+        pollfd descriptor{fd, POLLIN, 0};
+        char buffer[4096];
+        ssize_t count = 0;
+        while (poll(&descriptor, 1, 500) > 0 && (count = recv(fd, buffer, sizeof buffer, 0)) > 0)
+            answer.append(buffer, static_cast<std::size_t>(count));
+    }
+    close(fd);
+    return answer;
+}
+
+std::vector<fs::path> FilesContaining(const fs::path& directory, const std::string& text) {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+        if (!entry.is_regular_file()) continue;
+        std::ifstream stream(entry.path(), std::ios::binary);
+        std::ostringstream content;
+        content << stream.rdbuf();
+        if (content.str().find(text) != std::string::npos) found.push_back(entry.path());
+    }
+    return found;
+}
+
+} // namespace Kyr::IntegrationTests

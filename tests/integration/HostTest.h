@@ -1,0 +1,51 @@
+#pragma once
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "HostProcess.h"
+#include "WebClient.h"
+
+namespace Kyr::IntegrationTests {
+
+// Starts a fresh host (empty data directory, known initial admin password) for each test.
+class HostTest : public ::testing::Test {
+protected:
+    void SetUp() override { Start(); }
+    // Every test ends with a clean stop and a log free of sanitizer reports.
+    void TearDown() override {
+        if (!host) return;
+        EXPECT_EQ(host->Stop(), 0);
+        const std::string log = host->LogText();
+        EXPECT_EQ(log.find("Sanitizer"), std::string::npos) << log;
+        EXPECT_EQ(log.find("runtime error:"), std::string::npos) << log;
+    }
+    void Start(std::vector<std::string> extra = {}) {
+        extra.insert(extra.end(), {"--admin-password", InitialAdminPassword});
+        host = std::make_unique<HostProcess>(DataDir(), extra);
+    }
+    std::filesystem::path DataDir() const { return temp.Path() / "data"; }
+    WebClient Client() const { return WebClient(host->Port()); }
+    WebClient Admin() {
+        WebClient admin = Client();
+        admin.LoginAsAdminFirstTime();
+        return admin;
+    }
+    // Adds a user without extra roles and logs it in, with its password changed if it must be.
+    WebClient PlainUser(WebClient& admin, const std::string& name) {
+        const std::string password = "Us3r&Secure-Pass!17";
+        admin.Call("UserManagementDp/AddUser", "username=" + name + "&password=" + password + "&confirmPassword=" + password);
+        WebClient user = Client();
+        Answer login = user.Login(name, password);
+        EXPECT_EQ(login.status, 200) << login.body;
+        if (login.status == 200 && login.Json()["passwordChangeRequired"].GetBool()) {
+            EXPECT_EQ(user.ChangeOwnPassword(password, "Us3r&Other-Pass!18").Json()["result"], true);
+        }
+        return user;
+    }
+
+    TempDir temp;
+    std::unique_ptr<HostProcess> host;
+};
+
+} // namespace Kyr::IntegrationTests

@@ -1,0 +1,131 @@
+// Login, its failures and waits, the session cookie and the forced change of the initial password.
+#include <chrono>
+#include <thread>
+
+#include "HostTest.h"
+
+namespace Kyr::IntegrationTests {
+namespace {
+
+const std::string loginFailed = "Login failed: wrong user name or password, or too many failed attempts.";
+
+void SetSessionPolicy(WebClient& admin, int initial, int increment, int maximum, int sessions, bool adminsWait) {
+    admin.Call("UserManagementDp/SetSessionPolicyConfig",
+               "{\"sessionPolicyParameter\":{\"timeoutInitialSeconds\":" + std::to_string(initial) +
+                   ",\"timeoutIncrementSeconds\":" + std::to_string(increment) + ",\"timeoutMaximumSeconds\":" +
+                   std::to_string(maximum) + ",\"maxConcurrentSessionsCount\":" + std::to_string(sessions) +
+                   ",\"maxSessionTimeMinutes\":60,\"issueTimeoutToAdminUsers\":" + (adminsWait ? "true" : "false") + "}}");
+}
+
+using LoginTest = HostTest;
+
+TEST_F(LoginTest, RefusesMalformedBodiesAndWrongCredentialsAlike) {
+    for (const char* body : {"", "not json", "[]", R"({"username":"admin"})", R"({"username":1,"password":"x"})"})
+        EXPECT_EQ(Client().Post("/api/login", body).status, 400) << body;
+    // A known name with a wrong password and an unknown name get the very same answer.
+    for (const char* user : {"admin", "nobody"}) {
+        WebClient client = Client();
+        Answer answer = client.Login(user, "wrong");
+        EXPECT_EQ(answer.status, 401) << user;
+        EXPECT_EQ(answer.Json()["errorText"].GetString(), loginFailed) << user;
+        EXPECT_EQ(answer.Header("Set-Cookie"), "") << user;
+    }
+}
+
+TEST_F(LoginTest, SessionCookieCsrfTokenAndLogout) {
+    WebClient client = Client();
+    Answer login = client.Login("admin", InitialAdminPassword);
+    ASSERT_EQ(login.status, 200);
+    const std::string cookie = login.Header("Set-Cookie");
+    for (const char* attribute : {"HttpOnly", "SameSite=Strict", "Path=/"})
+        EXPECT_NE(cookie.find(attribute), std::string::npos) << cookie;
+    EXPECT_EQ(client.sessionId.size(), 64u);
+
+    auto session = client.Get("/api/session").Json();
+    EXPECT_EQ(session["loggedIn"], true);
+    EXPECT_EQ(session["userName"], "admin");
+    EXPECT_EQ(session["csrfToken"].GetString(), client.csrfToken);
+    EXPECT_EQ(session["authenticationRequired"], true);
+
+    EXPECT_EQ(client.Post("/api/logout", "", {{"X-CSRF-Token", "0"}}).status, 403);
+    EXPECT_EQ(client.Post("/api/logout", "").status, 200);
+    EXPECT_EQ(client.Get("/api/session").Json()["loggedIn"], false);
+    EXPECT_EQ(client.Get("/api/UserManagementInfoDp/GetPasswordInfo").status, 401);
+}
+
+TEST_F(LoginTest, InitialPasswordMustBeChangedBeforeAnythingElse) {
+    WebClient admin = Client();
+    ASSERT_EQ(admin.Login("admin", InitialAdminPassword).Json()["passwordChangeRequired"], true);
+    for (const char* path : {"/api/UserManagementDp/GetUserManagementConfig", "/api/LdapDp/IsLdapConfigurationEnabled",
+                             "/api/SystemUseNotificationDp/GetSystemUseNotification"}) {
+        Answer refused = admin.Get(path);
+        EXPECT_EQ(refused.status, 403) << path;
+        EXPECT_EQ(refused.Json()["passwordChangeRequired"], true) << path;
+    }
+    EXPECT_EQ(admin.Get("/pages/UserManager").Header("Location"), "/password.html");
+    EXPECT_EQ(admin.Get("/api/UserManagementInfoDp/GetPasswordInfo").Json()["result"]["isUsingInitialPassword"], true);
+
+    EXPECT_EQ(admin.ChangeOwnPassword(InitialAdminPassword, AdminPassword).Json()["result"], true);
+    EXPECT_EQ(admin.Get("/api/session").Json()["passwordChangeRequired"], false);
+    EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
+}
+
+TEST_F(LoginTest, FailuresMakeTheNameWaitWithoutRevealingWhetherItExists) {
+    WebClient admin = Admin();
+    SetSessionPolicy(admin, 2, 1, 3, 5, true);
+
+    for (const char* user : {"admin", "ghost"}) {
+        Answer failed = Client().Login(user, "wrong");
+        EXPECT_EQ(failed.status, 401);
+        EXPECT_EQ(failed.Header("Retry-After"), "2") << user;
+    }
+    // During the wait even the right password is refused, with the seconds left.
+    Answer waiting = Client().Login("admin", AdminPassword);
+    EXPECT_EQ(waiting.status, 401);
+    EXPECT_EQ(waiting.Json()["errorText"].GetString(), loginFailed);
+    EXPECT_FALSE(waiting.Header("Retry-After").empty());
+
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(8);
+    int status = 0;
+    while (status != 200 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        status = Client().Login("admin", AdminPassword).status;
+    }
+    EXPECT_EQ(status, 200) << "the wait did not end";
+
+    // Administrators are spared the wait when the policy says so; other names are not.
+    SetSessionPolicy(admin, 2, 1, 3, 5, false);
+    EXPECT_EQ(Client().Login("admin", "wrong").Header("Retry-After"), "");
+    EXPECT_EQ(Client().Login("admin", AdminPassword).status, 200);
+    EXPECT_EQ(Client().Login("ghost", "wrong").Header("Retry-After"), "3"); // second failure: 2 + 1
+}
+
+TEST_F(LoginTest, NewLoginEndsTheOldestSessionBeyondTheLimit) {
+    WebClient admin = Admin();
+    SetSessionPolicy(admin, 0, 0, 0, 2, false);
+    WebClient second = Client(), third = Client();
+    ASSERT_EQ(second.Login("admin", AdminPassword).status, 200);
+    ASSERT_EQ(third.Login("admin", AdminPassword).status, 200);
+    EXPECT_EQ(admin.Get("/api/session").Json()["loggedIn"], false);
+    EXPECT_EQ(second.Get("/api/session").Json()["loggedIn"], true);
+    EXPECT_EQ(third.Get("/api/session").Json()["loggedIn"], true);
+}
+
+TEST(GeneratedPasswordTest, IsPrintedOnFirstStartOnly) {
+    TempDir temp;
+    std::string password;
+    {
+        HostProcess host(temp.Path() / "data");
+        const std::string prefix = "Initial password of user \"admin\": ";
+        for (const auto& line : host.StartLines())
+            if (line.rfind(prefix, 0) == 0) password = line.substr(prefix.size());
+        ASSERT_GE(password.size(), 12u);
+        EXPECT_EQ(WebClient(host.Port()).Login("admin", password).status, 200);
+        EXPECT_EQ(host.LogText().find(password), std::string::npos) << "the password reached the log";
+    }
+    HostProcess again(temp.Path() / "data");
+    for (const auto& line : again.StartLines()) EXPECT_EQ(line.find(password), std::string::npos);
+}
+
+} // namespace
+} // namespace Kyr::IntegrationTests

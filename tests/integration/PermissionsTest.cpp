@@ -1,0 +1,85 @@
+// Who may call what: an administrator, a plain user and a caller without a session, with the login
+// requirement on and off; CSRF tokens; pages.
+#include "HostTest.h"
+
+namespace Kyr::IntegrationTests {
+namespace {
+
+struct Expectation {
+    const char* path;
+    int admin;
+    int plainUser;
+    int noSession;
+};
+
+// One read-only function per data provider, plus the public login text and the unknown ones.
+const Expectation expectations[] = {
+    {"/api/UserManagementDp/GetUserManagementConfig", 200, 403, 401},
+    {"/api/UserManagementInfoDp/GetPasswordInfo", 200, 200, 401},
+    {"/api/LdapDp/IsLdapConfigurationEnabled", 200, 403, 401},
+    {"/api/SystemUseNotificationDp/GetSystemUseNotification", 200, 403, 401},
+    {"/api/login-banner", 200, 200, 200},
+    {"/api/NoSuchDp/GetUserManagementConfig", 404, 404, 404},
+    {"/api/UserManagementDp/NoSuchFunction", 404, 404, 404},
+};
+
+using PermissionsTest = HostTest;
+
+TEST_F(PermissionsTest, PerDataProviderAndCaller) {
+    WebClient admin = Admin();
+    WebClient user = PlainUser(admin, "alice");
+    WebClient anonymous = Client();
+    for (const auto& expected : expectations) {
+        EXPECT_EQ(admin.Get(expected.path).status, expected.admin) << "admin " << expected.path;
+        EXPECT_EQ(user.Get(expected.path).status, expected.plainUser) << "user " << expected.path;
+        EXPECT_EQ(anonymous.Get(expected.path).status, expected.noSession) << "anonymous " << expected.path;
+    }
+}
+
+TEST_F(PermissionsTest, PostWithSessionNeedsItsCsrfToken) {
+    WebClient admin = Admin();
+    const std::string path = "/api/UserManagementDp/GetUserManagementConfig";
+    EXPECT_EQ(admin.Post(path, "", {{"X-CSRF-Token", ""}}).status, 403);
+    EXPECT_EQ(admin.Post(path, "", {{"X-CSRF-Token", std::string(64, 'a')}}).status, 403);
+    EXPECT_EQ(admin.Post(path, "").status, 200);
+}
+
+TEST_F(PermissionsTest, PagesFollowSessionAndPageHandler) {
+    EXPECT_EQ(Client().Get("/").Header("Location"), "/login.html");
+    EXPECT_EQ(Client().Get("/pages/UserManager").Header("Location"), "/login.html?next=/pages/UserManager");
+    EXPECT_EQ(Client().Get("/pages/NoSuchPage").status, 404);
+    WebClient admin = Admin();
+    Answer page = admin.Get("/pages/UserManager");
+    EXPECT_EQ(page.status, 200);
+    EXPECT_NE(page.Header("Content-Type").find("text/html"), std::string::npos);
+    EXPECT_EQ(PlainUser(admin, "bob").Get("/pages/UserManager").status, 403);
+}
+
+TEST_F(PermissionsTest, LoginRequirementStaysOnUnlessDeactivationIsAllowed) {
+    WebClient admin = Admin();
+    EXPECT_EQ(admin.Post("/api/UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=false")
+                  .Json()["error"],
+              true);
+    EXPECT_EQ(Client().Get("/api/session").Json()["authenticationRequired"], true);
+}
+
+class WithoutLoginRequirementTest : public HostTest {
+protected:
+    void SetUp() override { Start({"--allow-auth-deactivation"}); }
+};
+
+TEST_F(WithoutLoginRequirementTest, CallersWithoutSessionActAsUnauthenticated) {
+    WebClient admin = Admin();
+    EXPECT_EQ(admin.Call("UserManagementDp/IsAuthenticationDeactivatable")["result"], true);
+    admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=false");
+
+    WebClient anonymous = Client();
+    EXPECT_EQ(anonymous.Get("/api/session").Json()["authenticationRequired"], false);
+    // No login page detour any more; the role "Unauthenticated" decides, and it holds no configuration.
+    EXPECT_EQ(anonymous.Get("/pages/UserManager").status, 403);
+    EXPECT_EQ(anonymous.Get("/api/UserManagementDp/GetUserManagementConfig").status, 401);
+    EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
+}
+
+} // namespace
+} // namespace Kyr::IntegrationTests

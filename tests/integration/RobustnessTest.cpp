@@ -1,0 +1,103 @@
+// Restarts losing nothing, invalid requests reaching the security log, limits and hostile input.
+#include <chrono>
+#include <thread>
+
+#include "HostTest.h"
+
+namespace Kyr::IntegrationTests {
+namespace {
+
+using RobustnessTest = HostTest;
+
+const std::string userPassword = "Us3r&Secure-Pass!17";
+
+void AddUserAndText(WebClient& admin) {
+    admin.Call("UserManagementDp/AddUser", "username=erin&password=" + userPassword + "&confirmPassword=" + userPassword);
+    admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Kept");
+}
+
+void ExpectUserAndTextKept(WebClient& client) {
+    ASSERT_EQ(client.Login("admin", AdminPassword).status, 200);
+    EXPECT_EQ(client.Get("/api/session").Json()["passwordChangeRequired"], false);
+    EXPECT_NE(ToJson(client.Call("UserManagementDp/GetUserManagementConfig")).find("\"erin\""), std::string::npos);
+    EXPECT_EQ(client.Get("/api/login-banner").body, R"({"lines":["Kept"]})");
+}
+
+TEST_F(RobustnessTest, DataSurviveStoppingAndStartingTheHost) {
+    WebClient admin = Admin();
+    AddUserAndText(admin);
+    EXPECT_EQ(host->Stop(), 0) << host->LogText();
+    host = std::make_unique<HostProcess>(DataDir());
+    WebClient again = Client();
+    ExpectUserAndTextKept(again);
+}
+
+TEST_F(RobustnessTest, RestartSystemAnswersThenRestartsInTheSameProcess) {
+    WebClient admin = Admin();
+    AddUserAndText(admin);
+    admin.Call("UserManagementDp/RestartSystem");
+
+    // Sessions end with the restart; the host answers again on the same port.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (admin.Get("/api/session").status != 200 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(admin.Get("/api/session").Json()["loggedIn"], false);
+    EXPECT_TRUE(host->IsRunning());
+    ExpectUserAndTextKept(admin);
+    EXPECT_NE(host->LogText().find("Restarting"), std::string::npos);
+}
+
+TEST_F(RobustnessTest, InvalidRequestReachesTheSecurityLogWithoutPasswords) {
+    WebClient admin = Admin();
+    auto answer = admin.Post("/api/UserManagementDp/AddUser", "username=mallory&password=Secret-Value-99&confirm=x").Json();
+    EXPECT_EQ(answer["errorText"], "Invalid Request!");
+    const auto logged = FilesContaining(DataDir(), "Security.Kyr.Services.Wbm.Um.InvalidRequest");
+    ASSERT_FALSE(logged.empty()) << "no security log entry in the data directory";
+    EXPECT_NE(host->LogText().find("Security.Kyr.Services.Wbm.Um.InvalidRequest"), std::string::npos);
+    EXPECT_TRUE(FilesContaining(DataDir(), "Secret-Value-99").empty());
+    EXPECT_EQ(host->LogText().find("Secret-Value-99"), std::string::npos);
+}
+
+TEST_F(RobustnessTest, OversizedRequestsAreRefused) {
+    const std::string small(3000, 'x'), large(5000, 'x');
+    WebClient anonymous = Client();
+    EXPECT_EQ(anonymous.Post("/api/login", large).status, 413);
+    EXPECT_EQ(anonymous.Post("/api/UserManagementDp/RemoveUser", large).status, 413);
+    EXPECT_EQ(anonymous.Post("/api/UserManagementDp/RemoveUser", small).status, 401);
+
+    WebClient admin = Admin();
+    EXPECT_EQ(admin.Post("/api/LdapDp/SetLdapConfiguration", std::string(100000, 'x')).status, 200);
+    // Refused from the announced length, before the body is read.
+    const std::string announced = RawExchange(host->Port(), "POST /api/LdapDp/SetLdapConfiguration HTTP/1.1\r\n"
+                                                           "Host: x\r\nCookie: session=" + admin.sessionId +
+                                                           "\r\nContent-Length: 1048577\r\n\r\n");
+    EXPECT_EQ(announced.rfind("HTTP/1.1 413", 0), 0u) << announced;
+    httplib::Headers many;
+    for (int i = 0; i < 9; ++i) many.emplace("X-Filler-" + std::to_string(i), std::string(1024, 'y'));
+    const int status = admin.Get("/api/session", many).status;
+    EXPECT_TRUE(status == 431 || status == 400) << status;
+}
+
+TEST_F(RobustnessTest, HostileInputNeverCrashesOrEscapes) {
+    WebClient admin = Admin();
+    // A request function that throws (password longer than its buffer) answers 500 with the reason.
+    Answer thrown = admin.ChangeOwnPassword(AdminPassword, std::string(130, 'A'));
+    EXPECT_EQ(thrown.status, 500);
+    EXPECT_EQ(thrown.Json()["errorText"], "Input string is too long");
+
+    for (const char* path : {"/../../etc/passwd", "/%2e%2e/%2e%2e/etc/passwd", "/css/..%2f..%2f..%2fetc/passwd",
+                             "/pages/UserManager.html", "/pages/..%2fpages%2fUserManager", "/%00"}) {
+        Answer answer = admin.Get(path);
+        EXPECT_NE(answer.status, 200) << path;
+        EXPECT_EQ(answer.body.find("root:"), std::string::npos) << path;
+    }
+    EXPECT_EQ(admin.Post("/api/login", std::string("{\"username\":\"\xff\xfe\",\"password\":") + "\"\\u0000\"}").status, 401);
+    for (const char* garbage : {"\r\n\r\n", "GET\r\n\r\n", "GET / HTTP/9.9\r\nHost\r\n\r\n",
+                                "POST /api/login HTTP/1.1\r\nContent-Length: -1\r\n\r\n"})
+        RawExchange(host->Port(), garbage);
+    EXPECT_TRUE(host->IsRunning());
+    EXPECT_EQ(admin.Get("/api/session").status, 200);
+}
+
+} // namespace
+} // namespace Kyr::IntegrationTests

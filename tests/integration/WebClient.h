@@ -1,0 +1,45 @@
+#pragma once
+#include <httplib.h>
+#include <rapidjson/document.h>
+
+#include <string>
+
+namespace Kyr::IntegrationTests {
+
+inline const char* const InitialAdminPassword = "Initial-Admin-1";
+inline const char* const AdminPassword = "Str0ng&Secure-Pass!42";
+
+struct Answer {
+    int status = 0; // 0: no answer at all
+    std::string body;
+    httplib::Headers headers;
+    std::string Header(const std::string& name) const;
+    rapidjson::Document Json() const;
+};
+
+// A browser-like client of one host: keeps the session cookie and the CSRF token it got at login.
+class WebClient {
+public:
+    explicit WebClient(int port);
+    Answer Get(const std::string& path, const httplib::Headers& extra = {});
+    Answer Post(const std::string& path, const std::string& body, const httplib::Headers& extra = {});
+    Answer Login(const std::string& user, const std::string& password);
+    // The module function's answer, expected as 200 with {"error": false, ...}; fails the test otherwise.
+    rapidjson::Document Call(const std::string& providerAndFunction, const std::string& body = "");
+    Answer ChangeOwnPassword(const std::string& current, const std::string& next);
+    // Logs in as "admin" with the initial password and replaces it with AdminPassword.
+    void LoginAsAdminFirstTime();
+
+    std::string sessionId;
+    std::string csrfToken;
+
+private:
+    Answer Convert(const httplib::Result& result);
+    httplib::Headers WithSession(const httplib::Headers& extra) const;
+    httplib::Client client;
+};
+
+std::string UrlEncode(const std::string& text);
+std::string ToJson(const rapidjson::Value& value);
+
+} // namespace Kyr::IntegrationTests
