@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
+#include <utility>
 
 #include "HostContext.h"
 #include "HostLoggers.h"
@@ -82,6 +84,13 @@ int HostApplication::Run() {
     PlatformSingletons platform;
     try {
         std::filesystem::create_directories(options.dataDirectory);
+        if (!options.initialSettingsSource.empty() && !std::filesystem::exists(options.settingsPath))
+            std::filesystem::copy_file(options.initialSettingsSource, options.settingsPath);
+        // Checked before the database is created: a first start that fails later would print (and
+        // lose) the generated administrator password.
+        for (const auto& [file, what] : {std::pair{options.settingsPath, "Module settings"},
+                                         std::pair{options.modulePath, "Module library"}})
+            if (!std::filesystem::is_regular_file(file)) throw std::runtime_error(Kyr::String(what) + " " + file + " not found");
         SessionStore sessions(options.idleTimeout);
         LoginThrottle throttle;
 
@@ -94,10 +103,6 @@ int HostApplication::Run() {
         auto services = Kyr::PlatformServices::PlatformServices::Open(servicesOptions, sessions, [this] { RequestRestart(); });
         SecurityNotificationLog securityLog(*platform.notifications, *services);
         PublishedServices published(*services);
-        if (auto password = services->GetInitialAdminPassword()) {
-            PrintLine("Initial password of user \"admin\": " + *password);
-            PrintLine("It must be changed at the first login.");
-        }
 
         ModuleRegistry registry;
         HostContext context(*services, sessions, throttle, registry, options);
@@ -117,7 +122,14 @@ int HostApplication::Run() {
                 HostLifecycle::LogError("Cannot listen on {0}:{1}", options.listenHost, options.listenPort);
                 return 1;
             }
-            if (first) PrintLine("Listening on http://" + options.listenHost + ":" + std::to_string(port));
+            if (first) {
+                // Only once the host is ready to serve, so that a failed start cannot swallow it.
+                if (auto password = services->GetInitialAdminPassword()) {
+                    PrintLine("Initial password of user \"admin\": " + *password);
+                    PrintLine("It must be changed at the first login.");
+                }
+                PrintLine("Listening on http://" + options.listenHost + ":" + std::to_string(port));
+            }
             first = false;
             {
                 std::lock_guard<std::mutex> lock(serverMutex);

@@ -17,7 +17,8 @@ Kyr::String HostUsage() {
            "  --listen HOST:PORT             address to serve on (default 127.0.0.1:8080; port 0: any free port)\n"
            "  --data-dir DIR                 database, security log and files (default ./data; created if missing)\n"
            "  --module FILE                  the module library (default: ../lib/" KYR_MODULE_FILE_NAME " beside the host)\n"
-           "  --settings FILE                module settings (default DATA-DIR/UmWbmModuleSettings.xml)\n"
+           "  --settings FILE                module settings (default DATA-DIR/UmWbmModuleSettings.xml,\n"
+           "                                 created from the project's default on first start)\n"
            "  --web-root DIR                 the web pages (default: the project's web folder)\n"
            "  --hash-cost min|interactive|moderate|sensitive\n"
            "                                 cost of the password hashes (default interactive)\n"
@@ -114,8 +115,10 @@ ParsedOptions ParseHostOptions(const std::vector<Kyr::String>& arguments, const 
     }
 
     if (options.dataDirectory.empty()) options.dataDirectory = ".";
-    if (options.settingsPath.empty())
+    if (options.settingsPath.empty()) {
         options.settingsPath = (fs::path(options.dataDirectory) / "UmWbmModuleSettings.xml").string();
+        options.initialSettingsSource = KYR_DEFAULT_SETTINGS_FILE;
+    }
     if (options.modulePath.empty())
         options.modulePath = (fs::path(executablePath).parent_path() / ".." / "lib" / KYR_MODULE_FILE_NAME).lexically_normal().string();
     if (options.webRoot.empty()) options.webRoot = KYR_DEFAULT_WEB_ROOT;

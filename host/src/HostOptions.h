@@ -14,6 +14,7 @@ struct HostOptions {
     Kyr::String dataDirectory = "data";
     Kyr::String modulePath;   // empty: the module library beside the host (../lib)
     Kyr::String settingsPath; // empty: <data directory>/UmWbmModuleSettings.xml
+    Kyr::String initialSettingsSource; // copied to settingsPath when that does not exist yet
     Kyr::String webRoot;      // empty: the project's web/ folder
     unsigned long long hashOpsLimit = 0;
     std::size_t hashMemLimit = 0;
