@@ -1,0 +1,118 @@
+#pragma once
+// A UmHandler wired to service mocks whose getters answer a known set-up state, with captured log
+// lines and notifications; and the JSON bodies the policy tests send.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "Kyr/System/Commons/Singleton.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/CapturingNotifications.h"
+#include "fakes/ScopedServices.h"
+#include "handlers/UmHandler.h"
+#include "notifications/SecurityNotifications.h"
+
+namespace PolicyTests {
+
+using Kyr::String;
+using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
+using Kyr::Services::Modules::Wbm::Um::Internal::UmHandler;
+using Kyr::System::Um::Services::UserManagerConfigError;
+using Kyr::System::Um::Services::Internal::Roleruleset;
+using BlockList = std::vector<Kyr::System::Rsc::RscString<128>>;
+using MockConfigService = testing::NiceMock<Kyr::Testing::MockUserManagerConfigurationService>;
+
+// `text` with its first `from` replaced by `to`.
+inline String Replace(String text, const String& from, const String& to) {
+    const auto at = text.find(from);
+    if (at == String::npos) ADD_FAILURE() << "no " << from;
+    return at == String::npos ? text : text.replace(at, from.size(), to);
+}
+
+inline String RulesetJson(const String& name, std::uint32_t minCharCount) {
+    return R"({"roleRulesetName":")" + name +
+           R"(","passwordPolicyParameter":{"allowedASCIISymbols":"","reusedGenerationCount":0,"allowedPasswordChanges":0,)"
+           R"("intervalType":"Hour","intervalCount":0,"blockUsername":false,"blockReusedPasswords":false,"checkBlockList":false,)"
+           R"("checkPwChangableInterval":false,"minCharCount":)" + std::to_string(minCharCount) +
+           R"(,"minASCIICount":0,"minMixedCharCount":0,"minNumberCount":0,"minSymbolCount":0,"minUnicodeCount":0},)"
+           R"("expirationPolicyParameter":{"policyActive":false,"lockUserActive":false,"daysToExpiration":0,"daysToWarning":0}})";
+}
+
+inline String RulesetsBody(std::initializer_list<String> rulesets) {
+    String body;
+    for (const String& ruleset : rulesets) body += (body.empty() ? "" : ",") + ruleset;
+    return R"({"passwordRoleRulesets":[)" + body + "]}";
+}
+
+inline String SessionPolicyBody(std::uint32_t timeoutInitialSeconds) {
+    return R"({"sessionPolicyParameter":{"timeoutInitialSeconds":)" + std::to_string(timeoutInitialSeconds) +
+           R"(,"timeoutIncrementSeconds":1,"timeoutMaximumSeconds":2,"maxConcurrentSessionsCount":3,)"
+           R"("maxSessionTimeMinutes":4,"issueTimeoutToAdminUsers":false}})";
+}
+
+inline String Answer(bool error, const String& errorText, const String& result) {
+    return String(R"({"error":)") + (error ? "true" : "false") + R"(,"errorText":")" + errorText + R"(","result":)" + result + "}";
+}
+
+// Rulesets and session policies are told apart by one distinctive number.
+MATCHER_P2(IsRuleset, name, minCharCount, "") {
+    return arg.roleRulesetName.ToString() == name && arg.passwordPolicy.minCharCount == std::uint32_t(minCharCount);
+}
+MATCHER_P(HasInitialTimeout, seconds, "") { return arg.timeoutInitialSeconds == std::uint32_t(seconds); }
+MATCHER_P(HoldsEntries, entries, "") {
+    std::vector<String> texts;
+    for (const auto& entry : arg) texts.push_back(entry.ToString());
+    return texts == std::vector<String>(entries);
+}
+
+inline Roleruleset MakeRuleset(const char* name, std::uint32_t minCharCount) {
+    Roleruleset ruleset;
+    ruleset.roleRulesetName = name;
+    ruleset.passwordPolicy.minCharCount = minCharCount;
+    return ruleset;
+}
+
+struct PolicyHandler : testing::Test {
+    // The service's state when the module is set up.
+    static constexpr std::uint32_t setupTimeout = 111, setupAdminMinChars = 8, setupDefaultMinChars = 6;
+    const std::vector<String> setupBlockList{"setup-1", "setup-2"};
+
+    Kyr::Testing::CapturingLogSink log;
+    Kyr::Testing::CapturingNotifications notifications;
+    Kyr::Testing::ScopedServices services;
+    UmHandler handler;
+    MockConfigService& config = *services.userManagerConfiguration;
+
+    PolicyHandler() {
+        using namespace testing;
+        Kyr::System::Commons::Singleton<SecurityNotifications>::CreateInstance();
+        handler.SubscribeServices();
+        const auto ok = Return(UserManagerConfigError::NoError);
+        Kyr::System::Um::Services::Internal::SessionPolicyParameter session;
+        session.timeoutInitialSeconds = setupTimeout;
+        ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(DoAll(SetArgReferee<0>(session), ok));
+        ON_CALL(config, GetActivePasswordsBlockList(_))
+            .WillByDefault(DoAll(SetArgReferee<0>(BlockList(setupBlockList.begin(), setupBlockList.end())), ok));
+        ON_CALL(config, GetActiveAdminRoleRuleset(_)).WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("admin", setupAdminMinChars)), ok));
+        ON_CALL(config, GetActiveDefaultRoleRuleset(_))
+            .WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("default", setupDefaultMinChars)), ok));
+    }
+    ~PolicyHandler() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
+
+    static String CallOn(UmHandler& target, const String& function, const String& body = String()) {
+        using namespace Kyr::Services::Commons::Wbm::Messages;
+        return target.HandleRequest(WbmRequest(function, Kyr::System::Acf::SecurityToken("s"), RequestData(body), RequestParams())).GetBody();
+    }
+    String Call(const String& function, const String& body = String()) { return CallOn(handler, function, body); }
+
+    // The invalid-request notifications sent so far, as (request, function).
+    std::vector<std::pair<String, String>> InvalidRequests() const {
+        std::vector<std::pair<String, String>> sent;
+        for (const auto& notification : notifications.GetNotifications())
+            sent.emplace_back(notification.InfoValue("request"), notification.InfoValue("function"));
+        return sent;
+    }
+};
+
+} // namespace PolicyTests
