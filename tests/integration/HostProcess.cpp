@@ -3,9 +3,9 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/socket.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +20,15 @@ namespace Kyr::IntegrationTests {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
+namespace {
+std::string ReadFile(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+} // namespace
+
 TempDir::TempDir() {
     std::string pattern = (fs::temp_directory_path() / "wbm-host-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
@@ -31,15 +40,14 @@ TempDir::~TempDir() {
     fs::remove_all(path, ignored);
 }
 
-HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments) {
-    logPath = dataDirectory.string() + ".host.log";
+HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments)
+    : logPath(dataDirectory.string() + ".host.log") {
     std::vector<std::string> arguments = {KYR_BUILD_BIN_DIR "/wbm-host", "--listen", "127.0.0.1:0",
                                           "--data-dir", dataDirectory.string(),
                                           "--module", KYR_BUILD_LIB_DIR "/libKyr.Services.Modules.Wbm.Um.so",
                                           "--settings", KYR_SOURCE_DIR "/settings/UmWbmModuleSettings.xml",
                                           "--web-root", KYR_SOURCE_DIR "/web", "--hash-cost", "min"};
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
-
     std::vector<char*> argv; // built before fork: the child may only make async-signal-safe calls
     for (auto& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
@@ -49,30 +57,27 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
     pid = fork();
     if (pid == 0) {
         dup2(fds[1], STDOUT_FILENO);
-        int logFd = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-        dup2(logFd, STDERR_FILENO);
+        dup2(open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
         execv(argv[0], argv.data());
         _exit(127);
     }
     close(fds[1]);
     stdoutFd = fds[0];
 
-    // Wait (bounded) for "Listening on http://127.0.0.1:PORT".
+    const std::string listening = "Listening on http://127.0.0.1:";
     const auto deadline = Clock::now() + std::chrono::seconds(60);
     std::string pending;
-    while (port == 0) {
-        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        pollfd descriptor{stdoutFd, POLLIN, 0};
-        if (left <= 0 || poll(&descriptor, 1, static_cast<int>(left)) <= 0) break;
-        char buffer[512];
+    char buffer[512];
+    pollfd descriptor{stdoutFd, POLLIN, 0};
+    while (port == 0 && Clock::now() < deadline && poll(&descriptor, 1, 1000) >= 0) {
+        if (descriptor.revents == 0) continue;
         ssize_t count = read(stdoutFd, buffer, sizeof buffer);
         if (count <= 0) break;
         pending.append(buffer, static_cast<std::size_t>(count));
         for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
             startLines.push_back(pending.substr(0, end));
             pending.erase(0, end + 1);
-            const std::string prefix = "Listening on http://127.0.0.1:";
-            if (startLines.back().rfind(prefix, 0) == 0) port = std::stoi(startLines.back().substr(prefix.size()));
+            if (startLines.back().rfind(listening, 0) == 0) port = std::stoi(startLines.back().substr(listening.size()));
         }
     }
     if (port == 0) {
@@ -81,8 +86,6 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
     }
 }
 
-HostProcess::~HostProcess() { Stop(); }
-
 bool HostProcess::IsRunning() { return pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0; }
 
 int HostProcess::Stop() {
@@ -90,12 +93,7 @@ int HostProcess::Stop() {
     kill(pid, SIGTERM);
     int status = 0;
     const auto deadline = Clock::now() + std::chrono::seconds(20);
-    int result = -1;
-    while (true) {
-        if (waitpid(pid, &status, WNOHANG) == pid) {
-            result = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-            break;
-        }
+    while (waitpid(pid, &status, WNOHANG) != pid) {
         if (Clock::now() > deadline) {
             kill(pid, SIGKILL);
             waitpid(pid, &status, 0);
@@ -104,17 +102,11 @@ int HostProcess::Stop() {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     pid = -1;
-    if (stdoutFd >= 0) close(stdoutFd);
-    stdoutFd = -1;
-    return result;
+    close(stdoutFd);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string HostProcess::LogText() const {
-    std::ifstream stream(logPath);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
+std::string HostProcess::LogText() const { return ReadFile(logPath); }
 
 std::string RawExchange(int port, const std::string& request) {
     int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -137,13 +129,8 @@ std::string RawExchange(int port, const std::string& request) {
 
 std::vector<fs::path> FilesContaining(const fs::path& directory, const std::string& text) {
     std::vector<fs::path> found;
-    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
-        if (!entry.is_regular_file()) continue;
-        std::ifstream stream(entry.path(), std::ios::binary);
-        std::ostringstream content;
-        content << stream.rdbuf();
-        if (content.str().find(text) != std::string::npos) found.push_back(entry.path());
-    }
+    for (const auto& entry : fs::recursive_directory_iterator(directory))
+        if (entry.is_regular_file() && ReadFile(entry.path()).find(text) != std::string::npos) found.push_back(entry.path());
     return found;
 }
 

@@ -17,29 +17,25 @@ struct Answer {
     rapidjson::Document Json() const;
 };
 
-// A browser-like client of one host: keeps the session cookie and the CSRF token it got at login.
+// A browser-like client of one host: keeps the session cookie and the CSRF token of its login.
 class WebClient {
 public:
     explicit WebClient(int port);
     Answer Get(const std::string& path, const httplib::Headers& extra = {});
     Answer Post(const std::string& path, const std::string& body, const httplib::Headers& extra = {});
     Answer Login(const std::string& user, const std::string& password);
-    // The module function's answer, expected as 200 with {"error": false, ...}; fails the test otherwise.
+    // POSTs a module function and expects 200 with {"error": false, ...}.
     rapidjson::Document Call(const std::string& providerAndFunction, const std::string& body = "");
     Answer ChangeOwnPassword(const std::string& current, const std::string& next);
-    // Logs in as "admin" with the initial password and replaces it with AdminPassword.
-    void LoginAsAdminFirstTime();
+    void LoginAsAdminFirstTime(); // "admin" with the initial password, changed to AdminPassword
 
     std::string sessionId;
     std::string csrfToken;
 
 private:
-    Answer Convert(const httplib::Result& result);
-    httplib::Headers WithSession(const httplib::Headers& extra) const;
     httplib::Client client;
 };
 
-std::string UrlEncode(const std::string& text);
 std::string ToJson(const rapidjson::Value& value);
 
 } // namespace Kyr::IntegrationTests
