@@ -25,20 +25,23 @@ using Kyr::System::Commons::Singleton;
 using Kyr::System::Commons::Logging::LogManager;
 using Kyr::System::Nm::NotificationManager;
 
-// The platform singletons for the life of Run(); the AppDomain is owned by the host and only lent.
+// The host's application domain lives as long as the process: logging keeps a pointer to it.
+AppDomain& HostAppDomain() {
+    static AppDomain appDomain("wbm-host");
+    return appDomain;
+}
+
+// The platform singletons for the life of Run().
 class PlatformSingletons {
 public:
-    PlatformSingletons() : appDomain("wbm-host") {
+    PlatformSingletons() : appDomain(HostAppDomain()) {
         LogManager::SetSink(std::make_shared<StderrLogSink>());
         if (!Singleton<AppDomain>::IsCreated()) Singleton<AppDomain>::SetInstance(appDomain);
         LogManager::AssignAppDomain(appDomain);
         notifications = &Singleton<NotificationManager>::CreateInstance();
     }
-    ~PlatformSingletons() {
-        Singleton<NotificationManager>::DestroyInstance();
-        if (Singleton<AppDomain>::TryGetInstance() == &appDomain) Singleton<AppDomain>::DestroyInstance();
-    }
-    AppDomain appDomain;
+    ~PlatformSingletons() { Singleton<NotificationManager>::DestroyInstance(); }
+    AppDomain& appDomain;
     NotificationManager* notifications = nullptr;
 };
 
