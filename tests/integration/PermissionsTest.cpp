@@ -1,5 +1,7 @@
 // Who may call what: an administrator, a plain user and a caller without a session, with the login
 // requirement on and off; CSRF tokens; pages.
+#include <fstream>
+
 #include "HostTest.h"
 
 namespace Kyr::IntegrationTests {
@@ -75,6 +77,19 @@ TEST_F(WithoutLoginRequirementTest, CallersWithoutSessionActAsUnauthenticated) {
     // No login page detour any more; the role "Unauthenticated" decides, and it holds no configuration.
     EXPECT_EQ(anonymous.Get("/pages/UserManager").status, 403);
     EXPECT_EQ(anonymous.Get("/api/UserManagementDp/GetUserManagementConfig").status, 401);
+    EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
+}
+
+TEST(UnavailableProviderTest, LdapSwitchedOffInTheSettingsAnswers503) {
+    TempDir temp;
+    const auto settings = temp.Path() / "settings.xml";
+    std::ofstream(settings) << R"(<?xml version="1.0"?><UmWbmModuleSettingsDocument>)"
+                               R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled="false"/></UmWbmModuleSettingsDocument>)";
+    HostProcess host(temp.Path() / "data", {"--settings", settings.string(), "--admin-password", InitialAdminPassword});
+    WebClient admin(host.Port());
+    admin.LoginAsAdminFirstTime();
+    EXPECT_EQ(admin.Get("/api/LdapDp/IsLdapConfigurationEnabled").status, 503);
+    EXPECT_EQ(admin.Get("/pages/LdapConfiguration").status, 503);
     EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
 }
 

@@ -67,7 +67,8 @@ TEST_F(RobustnessTest, OversizedAndHostileRequestsAreRefusedWithoutHarm) {
     EXPECT_EQ(anonymous.Post("/api/UserManagementDp/RemoveUser", small).status, 401);
 
     WebClient admin = Admin();
-    EXPECT_EQ(admin.Post("/api/LdapDp/SetLdapConfiguration", std::string(100000, 'x')).status, 200);
+    EXPECT_EQ(admin.Post("/api/SystemUseNotificationDp/SetSystemUseNotification",
+                         "SystemUseNotification=" + std::string(100000, 'x')).status, 200);
     // Refused from the announced length, before the body is read.
     const std::string announced = RawExchange(host->Port(), "POST /api/LdapDp/SetLdapConfiguration HTTP/1.1\r\n"
                                                            "Host: x\r\nCookie: session=" + admin.sessionId +
