@@ -82,17 +82,7 @@ function bindLogin(form, onPasswordChange) {
 }
 
 async function main() {
-  const languages = await initI18n();
-  $('#app-header').replaceChildren(
-    el('a', { class: 'brand', href: '/login.html', 'data-i18n': 'app.title' }),
-    el('div', { class: 'tools' }, languageSwitch(languages)),
-  );
-  applyTranslations($('#app-header'));
-  const setTitle = () => (document.title = `${t('login.title')} – ${t('app.title')}`);
-  setTitle();
-  document.addEventListener('languagechange', setTitle);
-  showBanner();
-
+  // Handlers first: a form submitted before its handler exists would go to the server natively.
   const loginForm = $('#login-form');
   const changeForm = $('#forced-change');
   let typedPassword = '';
@@ -111,15 +101,30 @@ async function main() {
     },
   });
 
+  const languages = await initI18n();
+  $('#app-header').replaceChildren(
+    el('a', { class: 'brand', href: '/login.html', 'data-i18n': 'app.title' }),
+    el('div', { class: 'tools' }, languageSwitch(languages)),
+  );
+  applyTranslations($('#app-header'));
+  const setTitle = () => (document.title = `${t('login.title')} – ${t('app.title')}`);
+  setTitle();
+  document.addEventListener('languagechange', setTitle);
+  await showBanner();
+
   // Someone who logged in but left before changing the password comes back to the change form
   // only through the password page, which asks for the current password too.
   try {
     const session = await getSession();
-    if (session.loggedIn && session.passwordChangeRequired) location.assign('/password.html');
+    if (session.loggedIn && session.passwordChangeRequired) {
+      location.assign('/password.html');
+      return;
+    }
   } catch (error) {
     showError($('.status', loginForm), error);
   }
-  $('#username').focus();
+  document.body.dataset.ready = 'true';
+  if (!$('#username').value) $('#username').focus();
 }
 
 main();

@@ -47,6 +47,7 @@ async function main() {
       }
     },
   });
+  document.body.dataset.ready = 'true';
 }
 
 main();

@@ -26,6 +26,7 @@ export function launchBrowser() {
 
 export async function newUserPage(browser, baseUrl, { width = 1280, height = 900, locale = 'en-US' } = {}) {
   const context = await browser.newContext({ baseURL: baseUrl, viewport: { width, height }, locale });
+  context.setDefaultTimeout(10000);
   const page = await context.newPage();
   // A page script error is a test failure, not something to scroll past in a log.
   page.errors = [];
