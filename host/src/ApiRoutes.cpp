@@ -168,15 +168,37 @@ httplib::Server::Handler Guarded(HostContext& context,
     };
 }
 
+// A POST body must arrive within a time limit, so that a slow sender cannot hold a thread for long
+// (the read timeout alone only bounds the pause between two pieces).
+httplib::Server::HandlerWithContentReader WithBodyDeadline(HostContext& context,
+                                                           void (*route)(HostContext&, const httplib::Request&, httplib::Response&)) {
+    return [&context, route](const httplib::Request& request, httplib::Response& response,
+                             const httplib::ContentReader& contentReader) {
+        httplib::Request complete = request;
+        const auto deadline = SteadyClock::now() + context.limits.bodyTime;
+        bool late = false;
+        const bool received = contentReader([&](const char* data, std::size_t length) {
+            late = SteadyClock::now() > deadline;
+            if (!late) complete.body.append(data, length);
+            return !late;
+        });
+        if (!received) {
+            response.set_header("Connection", "close");
+            return Answer(response, late ? 408 : 400, ErrorBody(late ? "Request body too slow" : "Incomplete request body"));
+        }
+        Guarded(context, route)(complete, response);
+    };
+}
+
 } // namespace
 
 void InstallApiRoutes(httplib::Server& server, HostContext& context) {
-    server.Post("/api/login", Guarded(context, Login));
-    server.Post("/api/logout", Guarded(context, Logout));
+    server.Post("/api/login", WithBodyDeadline(context, Login));
+    server.Post("/api/logout", WithBodyDeadline(context, Logout));
     server.Get("/api/session", Guarded(context, Session));
     server.Get("/api/login-banner", Guarded(context, LoginBanner));
     server.Get(R"(/api/([^/]+)/([^/]+))", Guarded(context, ModuleFunction));
-    server.Post(R"(/api/([^/]+)/([^/]+))", Guarded(context, ModuleFunction));
+    server.Post(R"(/api/([^/]+)/([^/]+))", WithBodyDeadline(context, ModuleFunction));
 }
 
 } // namespace Kyr::WbmHost

@@ -16,6 +16,7 @@ struct HttpLimits {
     std::size_t bodyWithoutSession = 4 * 1024;
     std::size_t bodyWithSession = 1024 * 1024;
     std::size_t headers = 8 * 1024;
+    std::chrono::seconds bodyTime{30}; // to receive a whole request body
 };
 
 // Who is calling: the live session (if any) and whether it must change its password first.
