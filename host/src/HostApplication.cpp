@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "HostContext.h"
@@ -61,6 +62,21 @@ void PrintLine(const Kyr::String& text) {
     std::cout << text << std::endl; // flushed: scripts and tests wait for these lines
 }
 
+// The bound port (a free one for port 0), or 0. After a restart the old socket may still be closing,
+// so a few attempts are made.
+int Bind(httplib::Server& server, const Kyr::String& host, int port, int attempts) {
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (attempt > 0) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (port == 0) {
+            const int bound = server.bind_to_any_port(host);
+            if (bound > 0) return bound;
+        } else if (server.bind_to_port(host, port)) {
+            return port;
+        }
+    }
+    return 0;
+}
+
 } // namespace
 
 HostApplication::HostApplication(HostOptions options) : options(std::move(options)) {}
@@ -115,12 +131,7 @@ int HostApplication::Run() {
         while (!stopRequested) {
             auto module = LoadedModule::Load(options.modulePath, "Um", platform.appDomain, moduleInfo, registry);
             auto server = CreateHttpServer(context);
-            if (port == 0) {
-                port = server->bind_to_any_port(options.listenHost);
-                if (port < 0) port = 0;
-            } else if (!server->bind_to_port(options.listenHost, port)) {
-                port = 0;
-            }
+            port = Bind(*server, options.listenHost, port, first ? 1 : 50);
             if (port == 0) {
                 HostLifecycle::LogError("Cannot listen on {0}:{1}", options.listenHost, options.listenPort);
                 return 1;
