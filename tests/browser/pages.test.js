@@ -261,4 +261,20 @@ describe('user management pages', () => {
     assertNoPageErrors(phone);
     await phone.context().close();
   });
+
+  test('a restart is confirmed, waited for, and followed by a new login by keyboard alone', async () => {
+    await admin.goto('/pages/UserManager');
+    await ready(admin);
+    await admin.getByRole('button', { name: 'Restart device' }).click();
+    await admin.getByRole('dialog').getByRole('button', { name: 'Restart device' }).click();
+    await admin.waitForURL(/\/login\.html\?next=/, { timeout: 60000 });
+    await ready(admin);
+    await admin.keyboard.type('admin'); // the user name field has the focus
+    await admin.keyboard.press('Tab');
+    await admin.keyboard.type(adminPassword);
+    await admin.keyboard.press('Enter');
+    await admin.waitForURL('**/pages/UserManager');
+    await ready(admin);
+    assertNoPageErrors(admin);
+  });
 });

@@ -123,8 +123,8 @@ async function main() {
   } catch (error) {
     showError($('.status', loginForm), error);
   }
-  document.body.dataset.ready = 'true';
   if (!$('#username').value) $('#username').focus();
+  document.body.dataset.ready = 'true';
 }
 
 main();

@@ -1,6 +1,8 @@
-// Restart of the device: confirm, send, then wait until the device answers again and reload.
+// Restart of the device: confirm, send, then wait until the device answers again. A restart ends
+// every session, so the device is back once it answers without ours; then log in again.
 import { call } from '../api.js';
 import { t } from '../i18n.js';
+import { goToLogin } from '../shell.js';
 import { $, confirmDialog, showError, showStatus } from '../ui.js';
 
 const pollMilliseconds = 1000;
@@ -8,12 +10,12 @@ const giveUpSeconds = 180;
 
 const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
 
-async function deviceAnswers() {
+async function restarted() {
   try {
     const response = await fetch('/api/session', { cache: 'no-store' });
-    return response.ok;
+    return response.ok && !(await response.json()).loggedIn;
   } catch {
-    return false;
+    return false; // refused while the device restarts
   }
 }
 
@@ -30,20 +32,19 @@ async function restart() {
     return;
   }
   const started = Date.now();
-  await sleep(pollMilliseconds); // give the host time to stop serving
   for (;;) {
+    await sleep(pollMilliseconds);
     const waited = Math.round((Date.now() - started) / 1000);
     showStatus(status, t('um.restart.waiting', { seconds: waited }));
-    if (await deviceAnswers()) break;
+    if (await restarted()) break;
     if (waited > giveUpSeconds) {
       showStatus(status, t('um.restart.gaveUp'), 'error');
       button.disabled = false;
       return;
     }
-    await sleep(pollMilliseconds);
   }
   showStatus(status, t('um.restart.back'));
-  location.reload();
+  goToLogin();
 }
 
 export function initRestart() {
