@@ -2,6 +2,7 @@
 import assert from 'node:assert/strict';
 import { describe, test } from 'node:test';
 import { decodeEntities, isBlankText } from '../../web/js/entities.js';
+import { sentencesOf } from '../../web/js/errors.js';
 import { FormValueError, formBody, queryString } from '../../web/js/form-body.js';
 import { parseDownload } from '../../web/js/ldap-text.js';
 import { entriesOf } from '../../web/js/um/block-list.js';
@@ -63,4 +64,16 @@ describe('block list lines', () => {
   test('every kind of line break separates entries; empty lines are dropped; blanks inside are kept', () => {
     assert.deepEqual(entriesOf('a\r\nb\rc\n\n d \n'), ['a', 'b', 'c', ' d ']);
   });
+});
+
+describe('refusals naming several rules', () => {
+  const cases = [
+    ['Too short: min 12 chars. Needs 1 upper + 1 lower case. Needs 1 digit.', 3],
+    ['Invalid Request!', 1],
+    ['Passwords don\'t match!  Try again?', 2],
+    ['', 0],
+  ];
+  for (const [text, count] of cases) {
+    test(`${JSON.stringify(text)} is ${count} sentence(s)`, () => assert.equal(sentencesOf(text).length, count));
+  }
 });

@@ -68,6 +68,7 @@ describe('user management pages', () => {
     await refusal.waitFor();
     const text = await refusal.textContent();
     for (const rule of [/short/i, /digit/i, /symbol/i]) assert.match(text, rule);
+    assert.ok((await refusal.locator('li').count()) >= 3, 'one line per broken rule');
     await screenshot(admin, 'login-forced-change');
 
     await form.getByLabel('New password', { exact: true }).fill(adminPassword);

@@ -15,6 +15,14 @@ export function moduleErrorText(errorText) {
 // A problem with what the user typed, found before anything was sent; its message is already words.
 export class InputError extends Error {}
 
+// A refusal that names several broken rules reads best as a list: one sentence a line.
+export function sentencesOf(text) {
+  return text
+    .split(/(?<=[.!?])\s+(?=\S)/)
+    .map((sentence) => sentence.trim())
+    .filter(Boolean);
+}
+
 export function describeError(error) {
   if (error instanceof InputError) return error.message;
   if (error instanceof FormValueError) {

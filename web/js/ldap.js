@@ -3,7 +3,7 @@ import { ApiError, call } from './api.js';
 import { moduleErrorText } from './errors.js';
 import { t } from './i18n.js';
 import { parseDownload } from './ldap-text.js';
-import { initPage } from './shell.js';
+import { initPage, runPage } from './shell.js';
 import { $, busy, el, showError, showStatus } from './ui.js';
 
 const maxUploadBytes = 1024 * 1024; // the host's body limit for logged-in users
@@ -155,4 +155,4 @@ async function main() {
   document.body.dataset.ready = 'true';
 }
 
-main();
+runPage(main);

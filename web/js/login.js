@@ -4,7 +4,7 @@ import { ApiError, getLoginBanner, getSession, login } from './api.js';
 import { decodeLines, isBlankText } from './entities.js';
 import { initI18n, t, applyTranslations } from './i18n.js';
 import { bindPasswordChange } from './password-change.js';
-import { landingPage, languageSwitch } from './shell.js';
+import { landingPage, languageSwitch, runPage } from './shell.js';
 import { $, busy, el, showError, showStatus } from './ui.js';
 
 // Only paths of this site: "/x" but not "//host/x".
@@ -127,4 +127,4 @@ async function main() {
   document.body.dataset.ready = 'true';
 }
 
-main();
+runPage(main);

@@ -3,7 +3,7 @@ import { call, getSession } from './api.js';
 import { t } from './i18n.js';
 import { bindPasswordChange } from './password-change.js';
 import { expiryText, stateText } from './password-state.js';
-import { initPage, landingPage } from './shell.js';
+import { initPage, runPage, landingPage } from './shell.js';
 import { $, el, showError } from './ui.js';
 
 let info = null;
@@ -50,4 +50,4 @@ async function main() {
   document.body.dataset.ready = 'true';
 }
 
-main();
+runPage(main);

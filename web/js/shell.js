@@ -2,8 +2,8 @@
 // sends visitors without a session to the login page and users with a pending password change to
 // the password page.
 import { call, getSession, logout } from './api.js';
-import { applyTranslations, currentLanguage, initI18n, setLanguage, t } from './i18n.js';
-import { $, el } from './ui.js';
+import { applyTranslations, currentLanguage, has, initI18n, setLanguage, t } from './i18n.js';
+import { $, el, showError, showStatus } from './ui.js';
 
 export function goToLogin() {
   const next = location.pathname + location.search;
@@ -96,4 +96,15 @@ export async function initPage({ allowPendingChange = false } = {}) {
     document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;
   });
   return session;
+}
+
+// Runs a page's start; a failure there (device unreachable, say) is shown on the page instead of
+// leaving it blank.
+export function runPage(main) {
+  main().catch((error) => {
+    const status = el('p', { class: 'status' });
+    $('main').prepend(status);
+    if (has('errors.network')) showError(status, error);
+    else showStatus(status, 'The page could not be loaded. Check the connection to the device and reload.', 'error');
+  });
 }

@@ -1,6 +1,7 @@
 // Small DOM helpers shared by the pages.
+import { ApiError } from './api.js';
 import { t } from './i18n.js';
-import { describeError } from './errors.js';
+import { describeError, sentencesOf } from './errors.js';
 
 export function $(selector, root = document) {
   return root.querySelector(selector);
@@ -28,7 +29,17 @@ export function showStatus(target, text, kind = 'ok') {
 }
 
 export function showError(target, error) {
-  showStatus(target, describeError(error), 'error');
+  const text = describeError(error);
+  const isApiError = error instanceof ApiError;
+  const sentences = isApiError && error.kind === 'module' ? sentencesOf(text) : [text];
+  showStatus(target, text, 'error');
+  if (sentences.length > 1) {
+    target.replaceChildren(el('ul', {}, ...sentences.map((sentence) => el('li', { text: sentence }))));
+  }
+  if (isApiError && error.status === 401) {
+    const next = encodeURIComponent(location.pathname + location.search);
+    target.append(' ', el('a', { href: `/login.html?next=${next}`, text: t('errors.logInAgain') }));
+  }
 }
 
 export function clearStatus(target) {

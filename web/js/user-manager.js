@@ -1,6 +1,6 @@
 // The user manager page: each section loads and saves on its own, so one failing part leaves the
 // others usable.
-import { initPage } from './shell.js';
+import { initPage, runPage } from './shell.js';
 import { initAuthRequired } from './um/auth-required.js';
 import { initBlockList } from './um/block-list.js';
 import { initLoginText } from './um/login-text.js';
@@ -17,4 +17,4 @@ async function main() {
   document.body.dataset.ready = 'true';
 }
 
-main();
+runPage(main);
