@@ -113,6 +113,13 @@ void LoginBanner(HostContext& context, const httplib::Request&, httplib::Respons
     Answer(response, 200, LinesBody(lines));
 }
 
+// Functions that only read: their names start with Get, Is or List. Every other one changes state.
+bool IsReadOnlyFunction(const Kyr::String& function) {
+    for (const char* prefix : {"Get", "Is", "List"})
+        if (function.rfind(prefix, 0) == 0) return true;
+    return false;
+}
+
 void ModuleFunction(HostContext& context, const httplib::Request& request, httplib::Response& response) {
     const Kyr::String provider = request.matches[1];
     const Kyr::String function = request.matches[2];
@@ -124,6 +131,11 @@ void ModuleFunction(HostContext& context, const httplib::Request& request, httpl
     auto handler = context.registry.FindDataProvider(provider);
     if (!handler || !handler->HasRequestFunction(function))
         return Answer(response, 404, ErrorBody("Unknown data provider or function"));
+    if (request.method == "GET" && !IsReadOnlyFunction(function)) {
+        // A change must come as a POST, so that it always carries the session's CSRF token.
+        response.set_header("Allow", "POST");
+        return Answer(response, 405, ErrorBody("This function changes the device: use POST"));
+    }
     if (!handler->IsAvailable()) return Answer(response, 503, ErrorBody("Data provider not available"));
     if (!caller.session && context.services.IsAuthenticationRequired())
         return Answer(response, 401, ErrorBody("Login required"));

@@ -23,6 +23,9 @@ const Expectation expectations[] = {
     {"/api/login-banner", 200, 200, 200},
     {"/api/NoSuchDp/GetUserManagementConfig", 404, 404, 404},
     {"/api/UserManagementDp/NoSuchFunction", 404, 404, 404},
+    // A change through GET would carry no CSRF token: refused before anything else is looked at.
+    {"/api/UserManagementDp/RestartSystem", 405, 405, 405},
+    {"/api/SystemUseNotificationDp/SetSystemUseNotification", 405, 405, 405},
 };
 
 using PermissionsTest = HostTest;
