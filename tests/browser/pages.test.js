@@ -263,6 +263,58 @@ describe('user management pages', () => {
     await phone.context().close();
   });
 
+  test('the policy forms save what they show, and a refusal says what is wrong', async () => {
+    const cases = [
+      { form: '#session-policy', fill: { '#session-maxSessionTimeMinutes': '600' }, kept: true },
+      { form: '#session-policy', fill: { '#session-timeoutInitialSeconds': '100' }, message: /initial wait must not be longer/ },
+      { form: '#rulesets', fill: { '#default-minCharCount': '10' }, kept: true },
+      { form: '#rulesets', check: '#admin-policyActive', fill: { '#admin-daysToWarning': '90' }, message: /warning days must be fewer/ },
+      { form: '#rulesets', fill: { '#default-intervalCount': '-1' }, message: /Everyone else \(default\): Per number of must be a whole number/ },
+    ];
+    await admin.goto('/pages/UserManager');
+    for (const { form, check, fill, kept, message } of cases) {
+      await ready(admin);
+      const section = admin.locator(form);
+      if (check) await section.locator(check).check();
+      for (const [selector, value] of Object.entries(fill)) await section.locator(selector).fill(value);
+      await section.getByRole('button', { name: 'Save' }).click();
+      const status = section.locator('.status:not([hidden])');
+      await status.waitFor();
+      if (kept) {
+        assert.equal(await status.textContent(), 'Saved.');
+        await admin.reload();
+        await ready(admin);
+        for (const [selector, value] of Object.entries(fill)) assert.equal(await section.locator(selector).inputValue(), value);
+      } else {
+        assert.match(await status.textContent(), message);
+        await admin.reload();
+      }
+    }
+    assertNoPageErrors(admin);
+  });
+
+  test("the administrator sets a user's password and removes the user after confirming", async () => {
+    await ready(admin);
+    const row = admin.locator(`#user-table tr[data-user="${operator.name}"]`);
+    await row.getByRole('button', { name: `Set password of ${operator.name}` }).click();
+    const dialog = admin.getByRole('dialog');
+    await dialog.getByLabel('New password', { exact: true }).fill('Fresh-Given-55');
+    await dialog.getByLabel('Confirm new password').fill('Fresh-Given-55');
+    await dialog.getByRole('button', { name: 'Set password' }).click();
+    await admin.locator('#users-status').getByText(`Password of ${operator.name} set.`).waitFor();
+    // A password given by an administrator is an initial one.
+    await row.locator('td[data-label="Initial password"]').getByText('yes', { exact: true }).waitFor();
+
+    await row.getByRole('button', { name: `Remove ${operator.name}` }).click();
+    await admin.getByRole('dialog').getByRole('button', { name: 'Cancel' }).click();
+    assert.equal(await row.count(), 1);
+    await row.getByRole('button', { name: `Remove ${operator.name}` }).click();
+    await admin.getByRole('dialog').getByRole('button', { name: 'Remove' }).click();
+    await admin.locator('#users-status').getByText(`User ${operator.name} removed.`).waitFor();
+    assert.equal(await row.count(), 0);
+    assertNoPageErrors(admin);
+  });
+
   test('a restart is confirmed, waited for, and followed by a new login by keyboard alone', async () => {
     await admin.goto('/pages/UserManager');
     await ready(admin);

@@ -50,10 +50,15 @@ function render() {
   $('#user-table tbody').replaceChildren(...config.usersConfig.map(renderRow));
 }
 
+// Reads the list again after a change; the change's success is reported only once the list shows it.
+async function refresh() {
+  config = await call('UserManagementDp', 'GetUserManagementConfig');
+  render();
+}
+
 export async function loadUsers() {
   try {
-    config = await call('UserManagementDp', 'GetUserManagementConfig');
-    render();
+    await refresh();
   } catch (error) {
     showError(listStatus(), error);
   }
@@ -76,8 +81,8 @@ function editUser(user) {
       await call('UserManagementDp', 'ModifyUserConfig', {
         json: { userConfigItem: { userName: user.userName, hasAdminRuleset, userRoles } },
       });
+      await refresh();
       showStatus(listStatus(), t('um.users.saved', { name: user.userName }));
-      await loadUsers();
     },
   });
 }
@@ -99,8 +104,8 @@ function setPassword(name) {
         ['confirmNewPassword', form.confirmNewPassword.value],
       ]);
       await call('UserManagementDp', 'SetUserPassword', { body });
+      await refresh();
       showStatus(listStatus(), t('um.users.passwordSet', { name }));
-      await loadUsers();
     },
   });
 }
@@ -109,8 +114,8 @@ async function removeUser(name) {
   if (!(await confirmDialog(t('um.users.removeQuestion', { name }), t('um.users.remove')))) return;
   try {
     await call('UserManagementDp', 'RemoveUser', { body: formBody([['username', name]]) });
+    await refresh();
     showStatus(listStatus(), t('um.users.removed', { name }));
-    await loadUsers();
   } catch (error) {
     showError(listStatus(), error);
   }
@@ -132,8 +137,8 @@ function bindAddUser(form) {
       ]);
       await call('UserManagementDp', 'AddUser', { body });
       form.reset();
+      await refresh();
       showStatus(status, t('um.users.added', { name: username }));
-      await loadUsers();
     });
   });
 }
