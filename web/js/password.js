@@ -32,6 +32,14 @@ async function loadState() {
 async function main() {
   const session = await initPage({ allowPendingChange: true });
   if (!session) return;
+  if (!session.loggedIn) {
+    // Without a session there is no own password to show or change.
+    $('#not-logged-in').hidden = false;
+    $('#state-section').hidden = true;
+    $('#change-form').hidden = true;
+    document.body.dataset.ready = 'true';
+    return;
+  }
   $('#pending-change').hidden = !session.passwordChangeRequired;
   document.addEventListener('languagechange', renderState);
   await loadState();

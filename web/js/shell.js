@@ -53,7 +53,10 @@ function renderHeader(session, languages) {
   const header = $('#app-header');
   const nav = el('nav', { 'aria-label': 'main' });
   const account = el('div', { class: 'account' });
-  if (session.loggedIn) {
+  if (!session.loggedIn) {
+    // Only reachable while login is not required: offer it anyway.
+    account.append(el('a', { href: '/login.html', class: 'login-link', 'data-i18n': 'login.submit' }));
+  } else {
     account.append(
       el('span', { class: 'user', text: session.userName || '' }),
       el('button', {
