@@ -5,6 +5,7 @@ import { decodeEntities, isBlankText } from '../../web/js/entities.js';
 import { sentencesOf } from '../../web/js/errors.js';
 import { FormValueError, formBody, queryString } from '../../web/js/form-body.js';
 import { parseDownload } from '../../web/js/ldap-text.js';
+import { safeNext } from '../../web/js/redirect.js';
 import { entriesOf } from '../../web/js/um/block-list.js';
 
 describe('login text decoding', () => {
@@ -75,5 +76,22 @@ describe('refusals naming several rules', () => {
   ];
   for (const [text, count] of cases) {
     test(`${JSON.stringify(text)} is ${count} sentence(s)`, () => assert.equal(sentencesOf(text).length, count));
+  }
+});
+
+describe('where the login page sends the browser afterwards', () => {
+  const origin = 'http://device.local:8080';
+  const cases = [
+    ['/pages/UserManager', '/pages/UserManager'],
+    ['/pages/LdapConfiguration?x=1#top', '/pages/LdapConfiguration?x=1#top'],
+    ['//evil.test/x', ''],
+    ['/\\evil.test/x', ''],
+    ['https://evil.test/', ''],
+    ['javascript:alert(1)', ''],
+    ['/login.html?next=/x', ''],
+    [null, ''],
+  ];
+  for (const [next, expected] of cases) {
+    test(`${JSON.stringify(next)} → ${JSON.stringify(expected)}`, () => assert.equal(safeNext(next, origin), expected));
   }
 });

@@ -4,13 +4,12 @@ import { ApiError, getLoginBanner, getSession, login } from './api.js';
 import { decodeLines, isBlankText } from './entities.js';
 import { initI18n, t, applyTranslations } from './i18n.js';
 import { bindPasswordChange } from './password-change.js';
+import { safeNext } from './redirect.js';
 import { landingPage, languageSwitch, runPage } from './shell.js';
 import { $, busy, el, showError, showStatus } from './ui.js';
 
-// Only paths of this site: "/x" but not "//host/x".
 function nextTarget() {
-  const next = new URLSearchParams(location.search).get('next') || '';
-  return /^\/(?!\/)/.test(next) && !next.startsWith('/login.html') ? next : '';
+  return safeNext(new URLSearchParams(location.search).get('next'), location.origin);
 }
 
 async function continueAfterLogin() {
@@ -44,6 +43,7 @@ function showWait(status, button, seconds) {
     left -= 1;
     if (left <= 0) {
       clearInterval(countdown);
+      countdown = null;
       button.disabled = false;
       showStatus(status, t('login.waitOver'), 'ok');
       return;
@@ -54,6 +54,13 @@ function showWait(status, button, seconds) {
 
 function bindLogin(form, onPasswordChange) {
   const status = $('.status', form);
+  // The wait belongs to one user name; another name may try at once.
+  form.username.addEventListener('input', () => {
+    if (!countdown) return;
+    clearInterval(countdown);
+    countdown = null;
+    $('button[type="submit"]', form).disabled = false;
+  });
   form.addEventListener('submit', async (event) => {
     event.preventDefault();
     const username = form.username.value.trim();
