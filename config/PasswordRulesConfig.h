@@ -28,8 +28,6 @@ public:
     // element and returns false; the rulesets appended before it stay.
     bool ParseJson(const String& json);
 
-    const std::vector<PasswordRuleset>& GetRulesets() const noexcept { return rulesets; }
-
 private:
     const PasswordRuleset* Find(const String& name) const;
 

@@ -7,6 +7,15 @@ namespace Kyr::Services::Modules::Wbm::Um::Internal::Config {
 
 using Kyr::System::Commons::ParseException;
 
+PasswordsBlockList::PasswordsBlockList(const RscEntries& rscEntries) {
+    entries.reserve(rscEntries.size());
+    for (const auto& entry : rscEntries) entries.push_back(entry.ToString());
+}
+
+PasswordsBlockList::RscEntries PasswordsBlockList::ToRscEntries() const {
+    return RscEntries(entries.begin(), entries.end());
+}
+
 void PasswordsBlockList::ToJson(rapidjson::Document& document, rapidjson::Value& value) const {
     rapidjson::Value array(rapidjson::kArrayType);
     for (const String& entry : entries) {

@@ -1,15 +1,11 @@
 // UmHandler's copy of the policy areas its set-requests can change, taken at set-up, and the
 // restore that a failing set-request triggers. The copy is never refreshed, so a restore always
 // returns an area to its set-up state.
-#include <utility>
-#include <vector>
-
-#include "Kyr/System/Commons/RscString.h"
 #include "handlers/UmHandler.h"
 
 namespace Kyr::Services::Modules::Wbm::Um::Internal {
 
-using Kyr::System::Rsc::RscString;
+using Kyr::System::Um::Services::IUserManagerConfigurationService;
 using Kyr::System::Um::Services::UserManagerConfigError;
 using Kyr::System::Um::Services::Internal::Roleruleset;
 using Kyr::System::Um::Services::Internal::SessionPolicyParameter;
@@ -19,8 +15,10 @@ bool Failed(UserManagerConfigError result) { return result != UserManagerConfigE
 } // namespace
 
 void UmHandler::InitializeBackups() {
-    // A failed backup is never retried: restores stay refused for the handler's life.
-    if (!backupError && BackupSessionPolicyConfig() && BackupPasswordsBlockList() && BackupPasswordRulesConfig()) {
+    // A failed backup is never retried: restores stay refused for the handler's life. Without the
+    // configuration service (not published at set-up) there is nothing to copy: that counts as failed.
+    if (!backupError && userManagerConfigurationService && BackupSessionPolicyConfig() && BackupPasswordsBlockList() &&
+        BackupPasswordRulesConfig()) {
         LogInfo("User manager configuration backuped");
         return;
     }
@@ -29,7 +27,6 @@ void UmHandler::InitializeBackups() {
 }
 
 bool UmHandler::BackupSessionPolicyConfig() {
-    if (!userManagerConfigurationService) return false;
     SessionPolicyParameter parameter;
     const UserManagerConfigError result = userManagerConfigurationService->GetSessionPolicyParameter(parameter);
     if (Failed(result)) {
@@ -41,16 +38,13 @@ bool UmHandler::BackupSessionPolicyConfig() {
 }
 
 bool UmHandler::BackupPasswordsBlockList() {
-    std::vector<RscString<128>> entries;
+    Config::PasswordsBlockList::RscEntries entries;
     const UserManagerConfigError result = userManagerConfigurationService->GetActivePasswordsBlockList(entries);
     if (Failed(result)) {
         LogError("Failed to backup active block list with error: {0}", result);
         return false;
     }
-    std::vector<String> texts;
-    texts.reserve(entries.size());
-    for (const auto& entry : entries) texts.push_back(entry.ToString());
-    passwordsBlockListBackup = Config::PasswordsBlockList(std::move(texts));
+    passwordsBlockListBackup = Config::PasswordsBlockList(entries);
     return true;
 }
 
@@ -89,29 +83,27 @@ bool UmHandler::RestoreUmConfigBackup() {
     }
     if (blockListChanged) {
         LogInfo("Restoring active password blocklist...");
-        std::vector<RscString<128>> entries;
-        entries.reserve(passwordsBlockListBackup.GetEntries().size());
-        for (const String& entry : passwordsBlockListBackup.GetEntries()) entries.emplace_back(entry);
-        const UserManagerConfigError result = userManagerConfigurationService->SetActivePasswordsBlockList(entries);
+        const UserManagerConfigError result =
+            userManagerConfigurationService->SetActivePasswordsBlockList(passwordsBlockListBackup.ToRscEntries());
         if (Failed(result)) LogError("Backup restore - Failed to set active passwords block list. Error: {0}", result);
         blockListChanged = false;
     }
+    // Left empty (name "") when the backup holds no ruleset of that name. The log line names the
+    // default ruleset for both.
+    const auto restoreRuleset = [this](const char* name, auto setRuleset) {
+        Roleruleset ruleset;
+        passwordRulesBackup.GetRscRoleRuleSet(name, ruleset);
+        const UserManagerConfigError result = (userManagerConfigurationService.get()->*setRuleset)(ruleset);
+        if (Failed(result)) LogError("Backup restore - Failed to set default password role ruleset. Error: {0}", result);
+    };
     if (adminRulesetChanged) {
         LogInfo("Restoring admin password role ruleset...");
-        // Left empty (name "") when the backup holds no ruleset named "admin".
-        Roleruleset ruleset;
-        passwordRulesBackup.GetRscRoleRuleSet(adminRulesetName, ruleset);
-        const UserManagerConfigError result = userManagerConfigurationService->SetAdminRoleRuleset(ruleset);
-        // The published log line names the default ruleset for both.
-        if (Failed(result)) LogError("Backup restore - Failed to set default password role ruleset. Error: {0}", result);
+        restoreRuleset(adminRulesetName, &IUserManagerConfigurationService::SetAdminRoleRuleset);
         adminRulesetChanged = false;
     }
     if (defaultRulesetChanged) {
         LogInfo("Restoring default password role ruleset...");
-        Roleruleset ruleset;
-        passwordRulesBackup.GetRscRoleRuleSet(defaultRulesetName, ruleset);
-        const UserManagerConfigError result = userManagerConfigurationService->SetDefaultRoleRuleset(ruleset);
-        if (Failed(result)) LogError("Backup restore - Failed to set default password role ruleset. Error: {0}", result);
+        restoreRuleset(defaultRulesetName, &IUserManagerConfigurationService::SetDefaultRoleRuleset);
         defaultRulesetChanged = false;
     }
     return true;

@@ -3,11 +3,7 @@
 // an error, put every changed area back from the set-up backup (UmHandlerBackup.cpp).
 #include <rapidjson/document.h>
 
-#include <utility>
-#include <vector>
-
 #include "Kyr/System/Commons/Format.h"
-#include "Kyr/System/Commons/RscString.h"
 #include "Kyr/System/Commons/Singleton.h"
 #include "config/JsonHelper.h"
 #include "config/PasswordRulesConfig.h"
@@ -23,7 +19,6 @@ using Config::PasswordsBlockList;
 using Config::SessionPolicyConfig;
 using Kyr::System::Commons::SafeFormat;
 using Kyr::System::Commons::Singleton;
-using Kyr::System::Rsc::RscString;
 using Kyr::System::Um::Services::UserManagerConfigError;
 using Kyr::System::Um::Services::Internal::Roleruleset;
 using Kyr::System::Um::Services::Internal::SessionPolicyParameter;
@@ -40,6 +35,13 @@ String ErrorText(UserManagerConfigError result) { return SafeFormat("{0}", resul
 
 void ReportInvalidRequest(const char* functionName) {
     Singleton<SecurityNotifications>::GetInstance().SendUserManagerInvalidRequest(expectedJsonForm, functionName);
+}
+
+// The setters' answer: whether their policy area is marked as changed.
+UmHandler::WbmResponse ChangedAnswer(const String& errorText, bool changed) {
+    rapidjson::Document document(rapidjson::kObjectType);
+    rapidjson::Value value(changed);
+    return JsonHelper::BuildJsonResponse(document, !errorText.empty(), errorText, value);
 }
 
 } // namespace
@@ -84,18 +86,15 @@ UmHandler::WbmResponse UmHandler::GetPasswordRoleRulesets(const WbmRequest& /*re
 
 UmHandler::WbmResponse UmHandler::GetPasswordBlockList(const WbmRequest& /*request*/) const {
     rapidjson::Document document(rapidjson::kObjectType);
-    rapidjson::Value value(rapidjson::kArrayType);
+    rapidjson::Value value(rapidjson::kArrayType); // what a failed read answers
 
-    std::vector<RscString<128>> entries;
+    PasswordsBlockList::RscEntries entries;
     const UserManagerConfigError result = userManagerConfigurationService->GetActivePasswordsBlockList(entries);
     if (Failed(result)) {
         LogError("Failed to get active block list with error: {0}", result);
     } else {
-        std::vector<String> texts;
-        texts.reserve(entries.size());
-        for (const auto& entry : entries) texts.push_back(entry.ToString());
         value.SetObject();
-        PasswordsBlockList(std::move(texts)).ToJson(document, value);
+        PasswordsBlockList(entries).ToJson(document, value);
     }
     return JsonHelper::BuildJsonResponse(document, Failed(result), ErrorText(result), value);
 }
@@ -120,39 +119,33 @@ UmHandler::WbmResponse UmHandler::SetSessionPolicyConfig(const WbmRequest& reque
         errorText = invalidRequestText;
     }
     if (setFailed || !errorText.empty()) RestoreUmConfigBackup();
-
-    rapidjson::Document document(rapidjson::kObjectType);
-    rapidjson::Value value(sessionPolicyChanged);
-    return JsonHelper::BuildJsonResponse(document, !errorText.empty(), errorText, value);
+    return ChangedAnswer(errorText, sessionPolicyChanged);
 }
 
 UmHandler::WbmResponse UmHandler::SetPasswordBlockList(const WbmRequest& request) {
     String errorText;
 
     PasswordsBlockList blockList;
+    PasswordsBlockList::RscEntries entries;
     if (blockList.ParseJson(request.GetRequestData().GetDataString(true))) {
         // An entry that does not fit throws "Input string is too long" out of the request on
         // purpose, before anything is changed.
-        std::vector<RscString<128>> entries;
-        entries.reserve(blockList.GetEntries().size());
-        for (const String& entry : blockList.GetEntries()) entries.emplace_back(entry);
-
-        const UserManagerConfigError result = userManagerConfigurationService->SetActivePasswordsBlockList(entries);
-        blockListChanged = !Failed(result);
-        if (Failed(result)) {
-            errorText = ErrorText(result);
-            LogError("Failed to set active passwords block list. Error: {0}", result);
-        }
+        entries = blockList.ToRscEntries();
     } else {
         ReportInvalidRequest("SetPasswordBlockList");
         LogError("Failed to set active password block list. Invalid request!");
         errorText = invalidRequestText;
     }
+    // Sent also after a refused body, then as an empty list; the restore below puts the set-up list
+    // back when this succeeded.
+    const UserManagerConfigError result = userManagerConfigurationService->SetActivePasswordsBlockList(entries);
+    blockListChanged = !Failed(result);
+    if (Failed(result)) {
+        errorText = ErrorText(result);
+        LogError("Failed to set active passwords block list. Error: {0}", result);
+    }
     if (!errorText.empty()) RestoreUmConfigBackup();
-
-    rapidjson::Document document(rapidjson::kObjectType);
-    rapidjson::Value value(blockListChanged);
-    return JsonHelper::BuildJsonResponse(document, !errorText.empty(), errorText, value);
+    return ChangedAnswer(errorText, blockListChanged);
 }
 
 UmHandler::WbmResponse UmHandler::SetPasswordRoleRulesets(const WbmRequest& request) {
@@ -191,10 +184,7 @@ UmHandler::WbmResponse UmHandler::SetPasswordRoleRulesets(const WbmRequest& requ
         }
     }
     if (!errorText.empty()) RestoreUmConfigBackup();
-
-    rapidjson::Document document(rapidjson::kObjectType);
-    rapidjson::Value value(adminRulesetChanged && defaultRulesetChanged);
-    return JsonHelper::BuildJsonResponse(document, !errorText.empty(), errorText, value);
+    return ChangedAnswer(errorText, adminRulesetChanged && defaultRulesetChanged);
 }
 
 } // namespace Kyr::Services::Modules::Wbm::Um::Internal
