@@ -3,13 +3,11 @@
 #include <boost/regex.hpp>
 
 #include <cstdint>
-#include <exception>
 #include <filesystem>
-#include <system_error>
 #include <memory>
+#include <system_error>
 #include <vector>
 
-#include "Kyr/System/Commons/Exceptions.h"
 #include "Kyr/System/Commons/Format.h"
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
@@ -22,15 +20,11 @@ using Kyr::Services::Commons::Wbm::Messages::CharsetType;
 using Kyr::Services::Commons::Wbm::Messages::ContentSubtype;
 using Kyr::Services::Commons::Wbm::Messages::ContentType;
 using Kyr::Services::Commons::Wbm::Messages::ResponseHeader;
-using Kyr::System::Commons::ArgumentException;
 using Kyr::System::Commons::SafeFormat;
-using Kyr::System::Commons::SecureStrncpy;
 using Kyr::System::Commons::Io::File;
 using Kyr::System::Commons::Sanitization::CharactersEscaper;
 using Kyr::System::Rsc::RscString;
 using Kyr::System::Um::Services::UserManagerConfigError;
-
-String LdapHandler::LdapTempFilePath = LdapHandler::defaultLdapTempFilePath;
 
 namespace {
 
@@ -56,8 +50,7 @@ ResponseHeader PlainTextHeader() { return ResponseHeader(ContentType::Text, Cont
 
 // A symbolic link is removed too, even one pointing nowhere: the upload must never be written
 // through a link that someone else left in the shared temporary folder.
-void DeleteTempFileIfPresent() {
-    const String& path = LdapHandler::LdapTempFilePath;
+void DeleteTempFileIfPresent(const String& path) {
     std::error_code ignored;
     if (File::Exists(path) || std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored)))
         File::Delete(path);
@@ -101,18 +94,16 @@ LdapHandler::WbmResponse LdapHandler::SetLdapConfiguration(const WbmRequest& req
     UserManagerConfigError code = UserManagerConfigError::NoError;
 
     // A leftover of an earlier upload must never reach the service.
-    DeleteTempFileIfPresent();
+    DeleteTempFileIfPresent(tempFilePath);
     try {
         const String body = request.GetRequestData().GetDataString(true);
         const std::vector<std::uint8_t> bytes(body.begin(), body.end());
         LogInfo("Receiving LDAP config file data...");
-        File::WriteAll(LdapTempFilePath, bytes);
+        File::WriteAll(tempFilePath, bytes);
         LogInfo("LDAP config file received successfully");
 
-        if (LdapTempFilePath.size() >= PathBuffer::Capacity)
-            throw ArgumentException::Create("arg", LdapTempFilePath, "Input string is too long");
-        PathBuffer path;
-        SecureStrncpy(path.GetBuffer(), PathBuffer::Capacity, LdapTempFilePath.data(), LdapTempFilePath.size());
+        // An over-long path throws ArgumentException here, answered like a failed write.
+        const PathBuffer path(tempFilePath);
         code = userManagerConfigurationService->SetLdapConfigurationFromFile(path, false);
         if (code != UserManagerConfigError::NoError) {
             errorText = "Failed to set LDAP configuration";
@@ -123,7 +114,7 @@ LdapHandler::WbmResponse LdapHandler::SetLdapConfiguration(const WbmRequest& req
         LogError("An exception has occurred while writing LDAP configs to file");
         code = writeFailedCode;
     }
-    DeleteTempFileIfPresent();
+    DeleteTempFileIfPresent(tempFilePath);
 
     const String codeText = SafeFormat("{0}", code);
     rapidjson::Value result(codeText.data(), static_cast<rapidjson::SizeType>(codeText.size()), document.GetAllocator());

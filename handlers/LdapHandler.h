@@ -1,6 +1,8 @@
 #pragma once
 #include <rapidjson/document.h>
 
+#include <utility>
+
 #include "Kyr/Services/Commons/Wbm/Modules/WbmModules.h"
 #include "Kyr/System/Commons/Logging/Loggable.h"
 #include "handlers/UmWbmHandlerBase.h"
@@ -16,10 +18,8 @@ public:
     using WbmRequest = Kyr::Services::Commons::Wbm::Messages::WbmRequest;
     using WbmResponse = Kyr::Services::Commons::Wbm::Messages::WbmResponse;
 
-    static constexpr const char* defaultLdapTempFilePath = "/var/tmp/ldap.config";
-    // The one file through which an uploaded configuration reaches the service. Only a test, or a
-    // host running on a development machine, points it elsewhere, and only before any request.
-    static String LdapTempFilePath;
+    // The one file through which an uploaded configuration reaches the service.
+    static constexpr const char* LdapTempFilePath = "/var/tmp/ldap.config";
 
     static constexpr const char* setLdapConfigurationFunctionName = "SetLdapConfiguration";
     static constexpr const char* getLdapConfigurationFunctionName = "GetLdapConfiguration";
@@ -38,6 +38,9 @@ public:
     void SubscribeServices();
     // Copied from the module setting "ldapEnabled" during set-up, before the services are fetched.
     void SetLdapEnabled(bool enabled) noexcept { ldapEnabled = enabled; }
+    // Points this handler's uploads at another file (tests, a development machine); set before any
+    // request. Kept per handler so that no process-wide state changes.
+    void SetTempFilePath(String path) { tempFilePath = std::move(path); }
 
     // The module's JSON envelope (same bytes as JsonHelper::BuildJsonResponse).
     static WbmResponse BuildJsonResponse(rapidjson::Document& document, bool error, const String& errorText,
@@ -56,6 +59,7 @@ public:
 
 private:
     bool ldapEnabled = true;
+    String tempFilePath = LdapTempFilePath;
 };
 
 } // namespace Kyr::Services::Modules::Wbm::Um::Internal

@@ -31,23 +31,20 @@ struct Ldap : Test {
     Kyr::Testing::ScopedServices services;
     String folderPattern = (fs::temp_directory_path() / "kyr-ldap-XXXXXX").string();
     const fs::path folder = mkdtemp(folderPattern.data());
+    const fs::path temp = folder / "ldap.config";
     LdapHandler handler;
 
     Ldap() {
-        LdapHandler::LdapTempFilePath = (folder / "ldap.config").string();
+        handler.SetTempFilePath(temp.string());
         handler.SubscribeServices();
     }
-    ~Ldap() override {
-        LdapHandler::LdapTempFilePath = LdapHandler::defaultLdapTempFilePath;
-        fs::remove_all(folder);
-    }
+    ~Ldap() override { fs::remove_all(folder); }
     WbmResponse Call(const String& function, const String& body = "") {
         return handler.HandleRequest(WbmRequest(function, {}, RequestData(body), RequestParams()));
     }
 };
 
 TEST_F(Ldap, UploadGoesThroughAFreshTemporaryFileRemovedAfterwards) {
-    const fs::path temp = LdapHandler::LdapTempFilePath;
     const fs::path victim = folder / "victim";
     std::ofstream(victim) << "untouched";
     const std::vector<std::pair<String, fs::path>> cases = {{"", victim}, {"uri ldaps://dir\r\nbase dc=x\\y\n", folder / "nowhere"}};
@@ -69,8 +66,9 @@ TEST_F(Ldap, UploadFailuresKeepTheirCodes) {
     EXPECT_EQ(Call("SetLdapConfiguration", "x").GetBody(),
               R"({"error":true,"errorText":"Failed to set LDAP configuration","result":"NotFound"})");
     EXPECT_TRUE(log.Contains("Failed to set LDAP configuration with error code NotFound", 3));
+    EXPECT_FALSE(fs::exists(temp));
 
-    LdapHandler::LdapTempFilePath = (folder / "missing" / "ldap.config").string();  // cannot be written
+    handler.SetTempFilePath((folder / "missing" / "ldap.config").string());  // cannot be written
     EXPECT_CALL(*services.userManagerConfiguration, SetLdapConfigurationFromFile(_, _)).Times(0);
     EXPECT_EQ(Call("SetLdapConfiguration", "x").GetBody(),
               R"({"error":true,"errorText":"An exception has occurred while writing LDAP configs to file","result":"FileError"})");
@@ -92,8 +90,9 @@ TEST_F(Ldap, DownloadEscapesBackslashesOrAnswersAnXmlError) {
               "<Error code=\"NoError\" text=\"An exception has occurred while reading LDAP config file with path " +
                   stored.string() + "\" />");
     ON_CALL(*services.userManagerConfiguration, GetLdapConfigurationFilePath(_)).WillByDefault(Return(Error::NotFound));
-    EXPECT_EQ(Call("GetLdapConfiguration").GetBody(),
-              R"(<Error code="NotFound" text="Failed to get LDAP configuration with error code NotFound" />)");
+    const WbmResponse failed = Call("GetLdapConfiguration");
+    EXPECT_EQ(failed.GetBody(), R"(<Error code="NotFound" text="Failed to get LDAP configuration with error code NotFound" />)");
+    EXPECT_EQ(static_cast<int>(failed.GetHeader().GetContentSubtype()), 3);
 }
 
 TEST_F(Ldap, EnableSwitchTakesTheFirstCaseSensitiveMatch) {
