@@ -20,7 +20,6 @@ using Kyr::Services::Commons::Wbm::Messages::ResponseHeader;
 using Kyr::System::Commons::ArgumentException;
 using Kyr::System::Commons::SecureStrncpy;
 using Kyr::System::Rsc::RscString;
-using Kyr::System::Um::Services::UserPasswordState;
 using Kyr::System::Um::Services::Internal::UserPasswordInfo;
 
 namespace {
@@ -29,13 +28,6 @@ namespace {
 constexpr int booleanResponseKind = 4;
 
 using PasswordBuffer = RscString<128>;
-
-void ClearPasswordInfo(UserPasswordInfo& info) {
-    info.passwordState = static_cast<UserPasswordState>(0);
-    info.timeToExpire = 0;
-    info.userName = RscString<64>();
-    info.isUsingInitialPassword = false;
-}
 
 // Length checked before the copy. The value is deliberately left out of the exception: it is a
 // password and the exception may end up in a log or an error answer.
@@ -70,8 +62,7 @@ UmInfoHandler::WbmResponse UmInfoHandler::GetPasswordInfo(const WbmRequest& requ
     document.SetObject();
     rapidjson::Value result;
 
-    UserPasswordInfo info;
-    ClearPasswordInfo(info);
+    UserPasswordInfo info;  // a new record is all zero and empty: state Valid (0), no time, no name
     const bool found = userManagementService->GetPasswordInfoBySecurityToken(request.GetSecurityToken(), info);
     if (found) {
         Config::PasswordInfo passwordInfo;
@@ -94,7 +85,6 @@ UmInfoHandler::WbmResponse UmInfoHandler::ChangeCurrentUserPassword(const WbmReq
                           query.TryGetParameterValue("newPassword", newPassword, true) &&
                           query.TryGetParameterValue("confirmNewPassword", confirmNewPassword, true);
     UserPasswordInfo info;
-    ClearPasswordInfo(info);
     if (!complete) {
         LogError("Failed to change password of current user. Invalid Request");
         errorText = "InvalidRequest";
