@@ -10,6 +10,7 @@ namespace {
 using namespace testing;
 using namespace Kyr::Services::Commons::Wbm::Messages;
 using Kyr::String;
+using namespace std::string_literals;
 using FileSystemError = Kyr::System::Commons::Io::FileSystemError;
 using Bytes = std::vector<std::uint8_t>;
 
@@ -47,7 +48,7 @@ TEST_F(LoginText, WriteStoresEverythingAfterTheFirstKeyByteForByte) {
     for (const auto& [body, stored] : std::vector<std::pair<String, String>>{
              {"SystemUseNotification=\n", "\n"},
              {"x=1&SystemUseNotification=Hi", "Hi"},
-             {"SystemUseNotification=a SystemUseNotification=b&lt;\r\n", "a SystemUseNotification=b&lt;\r\n"},
+             {"SystemUseNotification=a SystemUseNotification=b&lt;\r\n\0\xff"s, "a SystemUseNotification=b&lt;\r\n\0\xff"s},
              {"SystemUseNotification=" + longText, longText},
          }) {
         EXPECT_CALL(*services.systemUseNotification, WriteNotification(BytesOf(stored))).WillOnce(Return(FileSystemError::Success));
