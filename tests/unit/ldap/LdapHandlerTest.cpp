@@ -34,10 +34,7 @@ struct Ldap : Test {
     const fs::path temp = folder / "ldap.config";
     LdapHandler handler;
 
-    Ldap() {
-        handler.SetTempFilePath(temp.string());
-        handler.SubscribeServices();
-    }
+    Ldap() { handler.SetTempFilePath(temp.string()); handler.SubscribeServices(); }
     ~Ldap() override { fs::remove_all(folder); }
     WbmResponse Call(const String& function, const String& body = "") {
         return handler.HandleRequest(WbmRequest(function, {}, RequestData(body), RequestParams()));

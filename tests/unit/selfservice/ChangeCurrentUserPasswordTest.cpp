@@ -57,12 +57,11 @@ TEST_F(OwnPassword, RefusalsAnswerTheirOwnTextAndLogTheReason) {
 
 TEST_F(OwnPassword, ServiceGetsTheSessionUserAndDecodedPasswords) {
     const String p127(127, 'p');
+    const String ok = R"({"error":false,"errorText":"","result":true})";
     const std::vector<std::tuple<String, String, String, bool, String>> cases = {
-        {"currentPassword=o%26ld&newPassword=n+w&confirmNewPassword=n%20w", "o&ld", "n w", true,
-         R"({"error":false,"errorText":"","result":true})"},
-        {"currentPassword=&newPassword=&confirmNewPassword=", "", "", true, R"({"error":false,"errorText":"","result":true})"},
-        {"currentPassword=c&newPassword=" + p127 + "&confirmNewPassword=" + p127, "c", p127, true,
-         R"({"error":false,"errorText":"","result":true})"},
+        {"currentPassword=o%26ld&newPassword=n+w&confirmNewPassword=n%20w", "o&ld", "n w", true, ok},
+        {"currentPassword=&newPassword=&confirmNewPassword=", "", "", true, ok},
+        {"currentPassword=c&newPassword=" + p127 + "&confirmNewPassword=" + p127, "c", p127, true, ok},
         // A wrong current password answers the service's own text.
         {"currentPassword=bad&newPassword=n&confirmNewPassword=n", "bad", "n", false,
          R"({"error":true,"errorText":"Current password is wrong","result":false})"},
