@@ -95,8 +95,19 @@ void HostApplication::RequestRestart() {
 }
 
 void HostApplication::StopServing() {
-    std::lock_guard<std::mutex> lock(serverMutex);
-    if (currentServer != nullptr) currentServer->stop();
+    // A server only stops once it listens: a stop that comes between binding and listening waits for
+    // that (bounded, in case listening fails), or it would be lost and the host would not end.
+    for (int attempt = 0; attempt < 500; ++attempt) {
+        {
+            std::lock_guard<std::mutex> lock(serverMutex);
+            if (currentServer == nullptr) return;
+            if (currentServer->is_running()) {
+                currentServer->stop();
+                return;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 int HostApplication::Run() {
@@ -119,6 +130,7 @@ int HostApplication::Run() {
         servicesOptions.hashMemLimit = options.hashMemLimit;
         servicesOptions.authenticationDeactivatable = options.allowAuthenticationDeactivation;
         servicesOptions.initialAdminPassword = options.initialAdminPassword;
+        servicesOptions.passwordAttempts = &throttle;
         auto services = Kyr::PlatformServices::PlatformServices::Open(servicesOptions, sessions, [this] { RequestRestart(); });
         SecurityNotificationLog securityLog(*platform.notifications, *services);
         PublishedServices published(*services);

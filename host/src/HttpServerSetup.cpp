@@ -24,6 +24,7 @@ const char* StatusText(int status) {
     case 403: return "Forbidden";
     case 404: return "Not found";
     case 405: return "Method not allowed";
+    case 411: return "Request body length required";
     case 413: return "Request body too large";
     case 414: return "Request target too long";
     case 431: return "Request headers too large";
@@ -34,23 +35,33 @@ const char* StatusText(int status) {
 
 bool IsApi(const httplib::Request& request) { return request.path.rfind("/api/", 0) == 0; }
 
-// Refuses oversized requests before their body is read.
+// The methods whose body the HTTP library reads before routing.
+bool CarriesBody(const httplib::Request& request) {
+    for (const char* method : {"POST", "PUT", "PATCH", "DELETE", "PRI"})
+        if (request.method == method) return true;
+    return false;
+}
+
+httplib::Server::HandlerResponse Refuse(httplib::Response& response, int status) {
+    response.status = status;
+    // The unread body must not be taken for the next request.
+    response.set_header("Connection", "close");
+    response.set_content(ErrorBody(StatusText(status)), JsonContentType);
+    return httplib::Server::HandlerResponse::Handled;
+}
+
+// Refuses oversized requests before their body is read. A body must announce its length: a chunked
+// body, or one that ends only with the connection, would be read without any limit.
 httplib::Server::HandlerResponse CheckLimits(HostContext& context, const httplib::Request& request,
                                              httplib::Response& response) {
-    if (HeaderBytes(request) > context.limits.headers) {
-        response.status = 431;
-        response.set_content(ErrorBody("Request headers too large"), JsonContentType);
-        return httplib::Server::HandlerResponse::Handled;
-    }
+    if (HeaderBytes(request) > context.limits.headers) return Refuse(response, 431);
+    if (request.has_header("Transfer-Encoding") || (CarriesBody(request) && !request.has_header("Content-Length")))
+        return Refuse(response, 411);
     if (request.has_header("Content-Length")) {
         const auto length = request.get_header_value<std::uint64_t>("Content-Length");
         const std::size_t limit = context.HasLiveSession(request) ? context.limits.bodyWithSession
                                                                   : context.limits.bodyWithoutSession;
-        if (length > limit) {
-            response.status = 413;
-            response.set_content(ErrorBody("Request body too large"), JsonContentType);
-            return httplib::Server::HandlerResponse::Handled;
-        }
+        if (length > limit) return Refuse(response, 413);
     }
     return httplib::Server::HandlerResponse::Unhandled;
 }

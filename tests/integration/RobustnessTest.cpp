@@ -74,6 +74,10 @@ TEST_F(RobustnessTest, OversizedAndHostileRequestsAreRefusedWithoutHarm) {
                                                            "Host: x\r\nCookie: session=" + admin.sessionId +
                                                            "\r\nContent-Length: 1048577\r\n\r\n");
     EXPECT_EQ(announced.rfind("HTTP/1.1 413", 0), 0u) << announced;
+    // A body without a length would be read without limit.
+    for (const char* unbounded : {"POST /api/login HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n",
+                                  "PUT /login.html HTTP/1.1\r\nHost: x\r\n\r\n"})
+        EXPECT_EQ(RawExchange(host->Port(), unbounded).rfind("HTTP/1.1 411", 0), 0u) << unbounded;
     httplib::Headers many;
     for (int i = 0; i < 9; ++i) many.emplace("X-Filler-" + std::to_string(i), std::string(1024, 'y'));
     EXPECT_EQ(admin.Get("/api/session", many).status, 431);
