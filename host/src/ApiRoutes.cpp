@@ -42,15 +42,15 @@ void Login(HostContext& context, const httplib::Request& request, httplib::Respo
         return Answer(response, 400, ErrorBody("Invalid login request: expected {\"username\": ..., \"password\": ...}"));
     const Kyr::String shownName = OneLine(credentials->userName, 64);
 
-    if (auto wait = context.throttle.RemainingWait(credentials->userName)) {
-        // During a wait the password is not even looked at.
+    const auto policy = context.services.GetSessionPolicy();
+    if (auto wait = context.throttle.BeginAttempt(credentials->userName)) {
+        // During a wait (or while another attempt for the name is under way) the password is not even looked at.
         response.set_header("Retry-After", std::to_string(wait->count()));
         SessionLog::Log(5, "Login of {0} from {1} refused: waiting {2} s after failed attempts", shownName,
                         request.remote_addr, wait->count());
         return Answer(response, 401, ErrorBody(LoginFailedText));
     }
 
-    const auto policy = context.services.GetSessionPolicy();
     const auto check = context.services.CheckLogin(credentials->userName, credentials->password);
     if (check.outcome == LoginOutcome::Success) {
         context.throttle.RecordSuccess(credentials->userName);
@@ -62,12 +62,8 @@ void Login(HostContext& context, const httplib::Request& request, httplib::Respo
         return Answer(response, 200, LoginBody(credentials->userName, session.csrfToken, check.passwordChangeRequired));
     }
 
-    const bool exempt = !policy.issueTimeoutToAdminUsers && context.services.IsAdministrator(credentials->userName);
-    std::chrono::seconds wait{0};
-    if (!exempt)
-        wait = context.throttle.RecordFailure(
-            credentials->userName,
-            ThrottlePolicy{policy.timeoutInitialSeconds, policy.timeoutIncrementSeconds, policy.timeoutMaximumSeconds});
+    const auto wait = context.throttle.RecordFailure(credentials->userName, policy,
+                                                     context.services.IsAdministrator(credentials->userName));
     if (wait.count() > 0) response.set_header("Retry-After", std::to_string(wait.count()));
     const Kyr::String reason = check.outcome == LoginOutcome::Locked ? "locked (password expired)" : "wrong credentials";
     SessionLog::Log(5, "Login of {0} from {1} failed: {2}", shownName, request.remote_addr, reason);

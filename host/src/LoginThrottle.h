@@ -5,35 +5,35 @@
 #include <optional>
 #include <unordered_map>
 
+#include "Kyr/PlatformServices/PlatformServices.h"
 #include "SessionStore.h"
 
 namespace Kyr::WbmHost {
 
-struct ThrottlePolicy {
-    std::uint32_t initialSeconds = 0;
-    std::uint32_t incrementSeconds = 0;
-    std::uint32_t maximumSeconds = 0;
-};
-
-// Waits after failed logins, per user name as typed (known or not, so that waits do not reveal
-// which names exist). The n-th failure in a row makes the name wait
-// min(initial + (n-1) * increment, maximum) seconds. A success forgets the failures, and so does a
-// quiet quarter of an hour after the last wait ended. Thread-safe.
-class LoginThrottle {
+// Waits after wrong passwords (at login, and for the current password of a password change), per
+// user name as typed (known or not, so that waits do not reveal which names exist). The n-th failure
+// in a row makes the name wait min(initial + (n-1) * increment, maximum) seconds of the session
+// policy; administrators only when the policy says so. One attempt per name at a time, so that
+// parallel requests cannot try several passwords within one wait. A success forgets the failures,
+// and so does a quiet quarter of an hour after the last wait ended. Thread-safe.
+class LoginThrottle final : public Kyr::PlatformServices::PasswordAttempts {
 public:
     explicit LoginThrottle(NowFunction now = SteadyClock::now);
 
     // Whole seconds (rounded up) until `userName` may try again, or nothing when it may try now.
-    std::optional<std::chrono::seconds> RemainingWait(const Kyr::String& userName);
-    // Records a failure; answers the wait it starts (zero for none).
-    std::chrono::seconds RecordFailure(const Kyr::String& userName, const ThrottlePolicy& policy);
-    void RecordSuccess(const Kyr::String& userName);
+    std::optional<std::chrono::seconds> BeginAttempt(const Kyr::String& userName) override;
+    std::chrono::seconds RecordFailure(const Kyr::String& userName,
+                                       const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy,
+                                       bool isAdministrator) override;
+    void RecordSuccess(const Kyr::String& userName) override;
 
 private:
     struct Entry {
         std::uint32_t failures = 0;
         SteadyClock::time_point waitUntil;
+        std::optional<SteadyClock::time_point> attemptStarted;
     };
+    bool AttemptUnderWay(const Entry& entry, SteadyClock::time_point at) const;
     void PruneLocked(SteadyClock::time_point now);
 
     NowFunction now;

@@ -12,6 +12,7 @@
 namespace Kyr::PlatformServices {
 
 using Um::Internal::Roleruleset;
+using Um::Internal::SessionPolicyParameter;
 using Um::Internal::UserPasswordInfo;
 
 namespace {
@@ -152,7 +153,8 @@ bool UserManagementService::ChangeUserPassword(const RscString<64>& userNameArg,
         Roleruleset ruleset;
         std::vector<std::string> blockList, recentHashes;
         std::uint32_t recentChanges = 0;
-        bool forced = false;
+        bool forced = false, isAdministrator = false;
+        SessionPolicyParameter sessionPolicy;
         {
             auto lock = database.Lock();
             UserStore users(database);
@@ -166,11 +168,23 @@ bool UserManagementService::ChangeUserPassword(const RscString<64>& userNameArg,
             std::int64_t window = IntervalSeconds(policy.intervalType, policy.intervalCount);
             recentChanges = users.CountOwnChangesSince(user.id, context->Now() - window);
             forced = user.initialPassword || IsExpired(AgeOf(user).state);
+            isAdministrator = HoldsRole(user, AdminRole);
+            sessionPolicy = ConfigStore(database).LoadSessionPolicy();
+        }
+        // Guessing the current password here is as slow as guessing it at the login.
+        PasswordAttempts* attempts = context->options.passwordAttempts;
+        if (attempts) {
+            if (auto wait = attempts->BeginAttempt(name)) {
+                LogError("Password change of user '{0}' refused: waiting {1} s after wrong passwords", name, wait->count());
+                return Fail("Too many wrong passwords: try again in " + std::to_string(wait->count()) + " seconds.");
+            }
         }
         if (!context->hasher.Verify(user.passwordHash, current)) {
+            if (attempts) attempts->RecordFailure(name, sessionPolicy, isAdministrator);
             LogError("Password change of user '{0}' refused: wrong current password", name);
             return Fail("Current password is wrong.");
         }
+        if (attempts) attempts->RecordSuccess(name);
         const auto& policy = ruleset.passwordPolicy;
         std::vector<RuleViolation> violations = CheckPasswordComposition(policy, password, name, blockList);
         // The current password is never a new one; with the reuse rule the older ones are not either.

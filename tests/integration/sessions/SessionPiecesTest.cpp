@@ -48,22 +48,48 @@ TEST(SessionStoreTest, NewLoginEndsTheOldestSessionsOfThatUserOnly) {
     EXPECT_EQ(store.CountLiveSessions("alice"), 1u);
 }
 
+Kyr::System::Um::Services::Internal::SessionPolicyParameter Policy(std::uint32_t initial, std::uint32_t increment,
+                                                                   std::uint32_t maximum, bool adminsWait) {
+    Kyr::System::Um::Services::Internal::SessionPolicyParameter policy;
+    policy.timeoutInitialSeconds = initial;
+    policy.timeoutIncrementSeconds = increment;
+    policy.timeoutMaximumSeconds = maximum;
+    policy.issueTimeoutToAdminUsers = adminsWait;
+    return policy;
+}
+
 TEST(LoginThrottleTest, WaitsGrowUpToTheMaximumAndAreForgotten) {
     FakeClock clock;
     LoginThrottle throttle(clock.Function());
-    const ThrottlePolicy policy{10, 5, 22};
+    const auto policy = Policy(10, 5, 22, false);
     for (auto expected : {10s, 15s, 20s, 22s, 22s}) {
-        EXPECT_FALSE(throttle.RemainingWait("ghost"));
-        EXPECT_EQ(throttle.RecordFailure("ghost", policy), expected);
+        EXPECT_FALSE(throttle.BeginAttempt("ghost"));
+        EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), expected);
         clock.now += expected - 1500ms;
-        EXPECT_EQ(throttle.RemainingWait("ghost"), 2s); // rounded up
+        EXPECT_EQ(throttle.BeginAttempt("ghost"), 2s); // rounded up
         clock.now += 1500ms;
     }
-    EXPECT_FALSE(throttle.RemainingWait("other"));
+    EXPECT_FALSE(throttle.BeginAttempt("other"));
     throttle.RecordSuccess("ghost");
-    EXPECT_EQ(throttle.RecordFailure("ghost", policy), 10s);
+    EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), 10s);
     clock.now += 16min; // a quiet quarter of an hour after the wait
-    EXPECT_EQ(throttle.RecordFailure("ghost", policy), 10s);
+    EXPECT_FALSE(throttle.BeginAttempt("ghost"));
+    EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), 10s);
+    // Administrators wait only when the policy says so.
+    EXPECT_EQ(throttle.RecordFailure("admin", policy, true), 0s);
+    EXPECT_EQ(throttle.RecordFailure("admin", Policy(10, 5, 22, true), true), 10s);
+}
+
+TEST(LoginThrottleTest, OneAttemptPerNameAtATime) {
+    FakeClock clock;
+    LoginThrottle throttle(clock.Function());
+    ASSERT_FALSE(throttle.BeginAttempt("alice"));
+    EXPECT_EQ(throttle.BeginAttempt("alice"), 1s); // a parallel guess waits for the first outcome
+    EXPECT_FALSE(throttle.BeginAttempt("bob"));
+    throttle.RecordFailure("alice", Policy(0, 0, 0, true), false);
+    EXPECT_FALSE(throttle.BeginAttempt("alice"));
+    clock.now += 31s; // an outcome that never came does not block the name for ever
+    EXPECT_FALSE(throttle.BeginAttempt("alice"));
 }
 
 } // namespace

@@ -23,6 +23,22 @@ public:
     virtual std::optional<String> FindUserOfSession(const String& sessionId) const = 0;
 };
 
+// Implemented by the host's login waits. A wrong current password in a password change counts like a
+// failed login of that user, and during the user's wait no password of it is checked at all.
+class PasswordAttempts {
+public:
+    virtual ~PasswordAttempts() = default;
+    // Nothing when a password of `userName` may be checked now (the attempt is then under way until
+    // its outcome is recorded, and further attempts wait for it); otherwise the seconds to wait.
+    virtual std::optional<std::chrono::seconds> BeginAttempt(const String& userName) = 0;
+    // Records a wrong password; answers the wait it starts (zero: none, e.g. for an administrator
+    // whom the policy spares).
+    virtual std::chrono::seconds RecordFailure(const String& userName,
+                                               const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy,
+                                               bool isAdministrator) = 0;
+    virtual void RecordSuccess(const String& userName) = 0;
+};
+
 struct ServicesOptions {
     String dataDirectory;                     // created if missing; holds the database and files
     unsigned long long hashOpsLimit = 2;      // Argon2id cost (crypto_pwhash opslimit)
@@ -32,6 +48,8 @@ struct ServicesOptions {
     // The services' notion of "now" (password ages, change intervals); empty: the system clock.
     // Tests inject a controllable clock here.
     std::function<std::chrono::system_clock::time_point()> clock;
+    // The host's login waits, which must outlive the services; none: password changes do not wait.
+    PasswordAttempts* passwordAttempts = nullptr;
 };
 
 enum class LoginOutcome {
