@@ -111,7 +111,7 @@ LdapHandler::WbmResponse LdapHandler::SetLdapConfiguration(const WbmRequest& req
         }
     } catch (...) {
         errorText = "An exception has occurred while writing LDAP configs to file";
-        LogError("An exception has occurred while writing LDAP configs to file");
+        LogError("{0}", errorText);
         code = writeFailedCode;
     }
     DeleteTempFileIfPresent(tempFilePath);
@@ -153,7 +153,7 @@ LdapHandler::WbmResponse LdapHandler::SetLdapConfigurationEnabled(const WbmReque
     if (!boost::regex_search(body, match, EnableExpression())) {
         code = invalidRequestCode;
         errorText = "Setting LDAP config enabled: Invalid Request";
-        LogError("Setting LDAP config enabled: Invalid Request");
+        LogError("{0}", errorText);
     } else {
         code = userManagerConfigurationService->EnableLdapConfiguration(match[1] == "true");
         if (code != UserManagerConfigError::NoError) {

@@ -56,6 +56,7 @@ TEST_F(Ldap, UploadGoesThroughAFreshTemporaryFileRemovedAfterwards) {
         EXPECT_EQ(ReadFile(victim), "untouched");
         EXPECT_FALSE(fs::exists(folder / "nowhere"));
     }
+    EXPECT_TRUE(log.Contains("Receiving LDAP config file data...", 7) && log.Contains("LDAP config file received successfully", 7));
 }
 
 TEST_F(Ldap, UploadFailuresKeepTheirCodes) {
@@ -110,15 +111,11 @@ TEST_F(Ldap, EnableSwitchTakesTheFirstCaseSensitiveMatch) {
               R"({"result":"FileError", "errorText":"Setting LDAP enabling status failed with error code FileError", "error":true})");
 }
 
-TEST_F(Ldap, EnabledStateTrustStoresAndAvailability) {
+TEST_F(Ldap, EnabledStateAndTrustStores) {
     ON_CALL(*services.userManagerConfiguration, IsLdapConfigurationEnabled()).WillByDefault(Return(true));
     EXPECT_EQ(Call("IsLdapConfigurationEnabled").GetBody(), R"({"result":true, "errorText":"", "error":false})");
     ON_CALL(*services.trustStore, GetTrustStoreNames()).WillByDefault(Return(std::vector<RscString<64>>{"ca", "b"}));
     EXPECT_EQ(Call("ListTrustStoresNames").GetBody(), R"({"error":false,"errorText":"","result":["ca","b"]})");
-
-    EXPECT_TRUE(handler.IsAvailable());
-    handler.SetLdapEnabled(false);
-    EXPECT_FALSE(handler.IsAvailable());
 }
 
 } // namespace

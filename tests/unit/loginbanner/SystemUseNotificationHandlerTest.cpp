@@ -41,6 +41,7 @@ TEST_F(LoginText, ReadIsEncodedThenSplitAtEverySingleLineBreak) {
     }
     ON_CALL(*services.systemUseNotification, ReadNotification(_)).WillByDefault(Return(FileSystemError::AccessDenied));
     EXPECT_EQ(Call("GetSystemUseNotification"), R"({"error":true,"errorText":"AccessDenied","result":null})");
+    EXPECT_TRUE(log.Contains("Failed to get System Use Notification stream. File System Error: AccessDenied", 3));
 }
 
 TEST_F(LoginText, WriteStoresEverythingAfterTheFirstKeyByteForByte) {
@@ -57,6 +58,7 @@ TEST_F(LoginText, WriteStoresEverythingAfterTheFirstKeyByteForByte) {
     Mock::VerifyAndClearExpectations(services.systemUseNotification.get());
     ON_CALL(*services.systemUseNotification, WriteNotification(_)).WillByDefault(Return(FileSystemError::NoSpace));
     EXPECT_EQ(Call("SetSystemUseNotification", "SystemUseNotification=x"), R"({"error":true,"errorText":"NoSpace","result":null})");
+    EXPECT_TRUE(log.Contains("Failed to set System Use Notification with error NoSpace", 3));
 }
 
 TEST_F(LoginText, RefusedBodiesAreLoggedOnOneLine) {
