@@ -10,7 +10,8 @@ namespace Kyr::System::Commons {
 
 // Bounded copy: copies `count` bytes of `source` into `destination` (capacity `destinationSize`)
 // and terminates it. A copy that would not fit with its terminating zero (count >= destinationSize)
-// throws ArgumentException (argument "arg", "Input string is too long") and copies nothing.
+// throws ArgumentException (argument "arg", "Input string is too long") and copies nothing. The
+// exception's value is the refused length, not the text (which may be a password).
 KYR_API void SecureStrncpy(char* destination, std::size_t destinationSize, const char* source, std::size_t count);
 
 } // namespace Kyr::System::Commons
@@ -24,9 +25,9 @@ public:
     static constexpr std::size_t Capacity = N;
 
     RscString() noexcept { data[0] = '\0'; }
-    // Throws ArgumentException("arg", value, "Input string is too long") when value.size() >= N.
+    // Throws ArgumentException (argument "arg", "Input string is too long") when value.size() >= N.
     RscString(const String& value) { Assign(value); } // NOLINT(google-explicit-constructor)
-    RscString(const char* value) { Assign(String(value)); } // NOLINT(google-explicit-constructor)
+    RscString(const char* value) { Assign(value == nullptr ? String() : String(value)); } // NOLINT(google-explicit-constructor)
 
     void Assign(const String& value) { Kyr::System::Commons::SecureStrncpy(data, N, value.data(), value.size()); }
     const char* c_str() const noexcept { return data; }
