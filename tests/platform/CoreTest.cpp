@@ -1,77 +1,54 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
 #include "Kyr/System/Commons/Singleton.h"
 #include "Kyr/System/Nm/Notifications.h"
 
 using Kyr::String;
-using Kyr::System::Commons::ArgumentException;
-using Kyr::System::Commons::Exception;
-using Kyr::System::Commons::SecureStrncpy;
-using Kyr::System::Commons::Singleton;
+using namespace Kyr::System::Commons;
 using Kyr::System::Rsc::RscString;
 
-TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreWithoutTouchingTheDestination) {
-    struct Case {
-        std::size_t length;
-        bool fits;
-    };
-    for (const Case& c : {Case{0, true}, Case{7, true}, Case{8, false}, Case{20, false}}) {
-        char buffer[8];
-        std::memcpy(buffer, "keep me", 8);
-        const String source(c.length, 'x');
-        if (c.fits) {
-            SecureStrncpy(buffer, sizeof buffer, source.data(), source.size());
-            EXPECT_EQ(String(buffer), source) << c.length;
-            continue;
-        }
+TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreWithoutCopying) {
+    for (const std::size_t length : {0u, 7u, 8u, 20u}) {
+        char buffer[8] = "keep me";
+        const String source(length, 'x');
         try {
             SecureStrncpy(buffer, sizeof buffer, source.data(), source.size());
-            ADD_FAILURE() << "no exception for length " << c.length;
+            EXPECT_LT(length, 8u);
+            EXPECT_EQ(String(buffer), source);
         } catch (const ArgumentException& error) {
-            EXPECT_EQ(error.GetArgumentName(), "arg");
-            EXPECT_STREQ(error.what(), "Input string is too long");
-            EXPECT_STREQ(buffer, "keep me") << "nothing may be copied on failure";
+            EXPECT_GE(length, 8u);
+            EXPECT_EQ(error.GetArgumentName() + ": " + error.what(), "arg: Input string is too long");
+            EXPECT_EQ(error.GetValue().find('x'), String::npos) << "the refused text may be a password";
+            EXPECT_STREQ(buffer, "keep me");
         }
     }
 }
 
-TEST(RscStringTest, HoldsCapacityMinusOneBytesAndComparesByContent) {
-    const RscString<64> longest(String(63, 'a'));
-    EXPECT_EQ(longest.GetLength(), 63u);
-    EXPECT_THROW(RscString<64>(String(64, 'a')), ArgumentException);
-
+TEST(RscStringTest, KeepsItsTextOnARefusedAssignmentAndStopsAtAZero) {
     RscString<4> value("abc");
     EXPECT_THROW(value.Assign("abcd"), ArgumentException);
-    EXPECT_EQ(value.ToString(), "abc") << "a refused assignment keeps the old text";
-    EXPECT_TRUE(RscString<4>().IsEmpty());
+    EXPECT_EQ(value.ToString(), "abc");
+    EXPECT_EQ(RscString<8>(String("ab\0cd", 5)).ToString(), "ab");
     EXPECT_EQ(RscString<4>("ab"), RscString<4>(String("ab")));
     EXPECT_NE(RscString<4>("ab"), RscString<4>("abc"));
 }
 
-TEST(RscStringTest, TextStopsAtAnEmbeddedZero) {
-    const RscString<8> value(String("ab\0cd", 5));
-    EXPECT_EQ(value.ToString(), "ab");
-}
-
-namespace {
-struct NeverCreated {};
-} // namespace
-
-TEST(SingletonTest, MissingInstanceNamesTheFullTypeInTheMessage) {
+TEST(SingletonTest, MissingInstanceNamesTheFullType) {
+    Singleton<Kyr::System::Nm::NotificationManager>::DestroyInstance();
     try {
-        Singleton<Kyr::System::Nm::NotificationManager>::DestroyInstance();
         Singleton<Kyr::System::Nm::NotificationManager>::GetInstance();
         FAIL() << "expected an exception";
     } catch (const Exception& error) {
-        EXPECT_EQ(error.GetMessage(), "Singleton instance of type 'Kyr::System::Nm::NotificationManager' was not created yet!");
+        EXPECT_STREQ(error.what(), "Singleton instance of type 'Kyr::System::Nm::NotificationManager' was not created yet!");
     }
-    EXPECT_EQ(Singleton<NeverCreated>::TryGetInstance(), nullptr);
 }
 
-TEST(SingletonTest, CreateSetAndDestroyShareOneSlotPerType) {
+TEST(SingletonTest, OwnsWhatItCreatesAndOnlyBorrowsWhatItIsGiven) {
     struct Counted {
         explicit Counted(int& alive) : alive(alive) { ++alive; }
         ~Counted() { --alive; }
@@ -80,12 +57,33 @@ TEST(SingletonTest, CreateSetAndDestroyShareOneSlotPerType) {
     int alive = 0;
     Counted& created = Singleton<Counted>::CreateInstance(alive);
     EXPECT_EQ(&Singleton<Counted>::GetInstance(), &created);
+    Counted borrowed(alive);
+    Singleton<Counted>::SetInstance(borrowed); // deletes the created one
     EXPECT_EQ(alive, 1);
-
-    Counted borrowed(alive); // owned elsewhere: setting it deletes the owned one, destroying forgets it
-    Singleton<Counted>::SetInstance(borrowed);
-    EXPECT_EQ(alive, 1);
-    Singleton<Counted>::DestroyInstance();
+    Singleton<Counted>::DestroyInstance(); // forgets the borrowed one
     EXPECT_EQ(alive, 1);
     EXPECT_FALSE(Singleton<Counted>::IsCreated());
+}
+
+TEST(FileTest, WritesOwnerOnlyFilesAndNeverThroughASymbolicLink) {
+    using Kyr::System::Commons::Io::File;
+    const String directory = ::testing::TempDir() + "kyr_file_" + std::to_string(::getpid());
+    const String target = directory + "/target";
+    const String link = directory + "/link";
+    ASSERT_EQ(::mkdir(directory.c_str(), 0700), 0);
+    ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0); // points nowhere yet
+    EXPECT_THROW(File::WriteAll(link, {'x'}), IoException);
+    EXPECT_FALSE(File::Exists(target));
+    File::Delete(link);
+    struct stat info {};
+    EXPECT_NE(::lstat(link.c_str(), &info), 0) << "the link itself is gone";
+
+    File::WriteAll(target, {'a', 'b'});
+    ASSERT_EQ(::stat(target.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_EQ(File::ReadAll(target), (std::vector<std::uint8_t>{'a', 'b'}));
+    File::Delete(target);
+    EXPECT_NO_THROW(File::Delete(target)) << "deleting an absent file is no error";
+    EXPECT_THROW(File::ReadAll(target), IoException);
+    ::rmdir(directory.c_str());
 }

@@ -1,9 +1,10 @@
 #include "Kyr/System/Commons/Io/File.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -22,7 +23,8 @@ bool File::Exists(const String& path) {
 }
 
 void File::Delete(const String& path) {
-    if (std::remove(path.c_str()) != 0 && errno != ENOENT)
+    // unlink, not remove: a directory of that name is not a file and stays.
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT)
         throw IoException("Cannot delete file '" + path + "': " + ErrnoText());
 }
 
@@ -35,11 +37,22 @@ std::vector<std::uint8_t> File::ReadAll(const String& path) {
 }
 
 void File::WriteAll(const String& path, const std::vector<std::uint8_t>& bytes) {
-    std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-    if (!stream) throw IoException("Cannot open file '" + path + "' for writing");
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) throw IoException("Cannot write file '" + path + "'");
+    // Files often go to shared temporary folders: a symbolic link planted at `path` must not redirect
+    // the write, and a new file is readable by its owner only.
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) throw IoException("Cannot open file '" + path + "' for writing: " + ErrnoText());
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t result = ::write(fd, bytes.data() + written, bytes.size() - written);
+        if (result < 0 && errno == EINTR) continue;
+        if (result <= 0) {
+            const String reason = ErrnoText();
+            ::close(fd);
+            throw IoException("Cannot write file '" + path + "': " + reason);
+        }
+        written += static_cast<std::size_t>(result);
+    }
+    if (::close(fd) != 0) throw IoException("Cannot write file '" + path + "': " + ErrnoText());
 }
 
 } // namespace Kyr::System::Commons::Io

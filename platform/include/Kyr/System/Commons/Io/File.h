@@ -10,11 +10,13 @@ namespace Kyr::System::Commons::Io {
 class KYR_API File {
 public:
     static bool Exists(const String& path);
-    // Removes the file; throws IoException when it exists and cannot be removed.
+    // Removes the file (or a symbolic link itself); throws IoException when it exists and cannot be
+    // removed.
     static void Delete(const String& path);
     // The whole file; throws IoException when it cannot be read.
     static std::vector<std::uint8_t> ReadAll(const String& path);
-    // Replaces the file's content; throws IoException when it cannot be written.
+    // Replaces the file's content (a new file gets mode 0600); throws IoException when it cannot be
+    // written, also when `path` is a symbolic link (never followed).
     static void WriteAll(const String& path, const std::vector<std::uint8_t>& bytes);
 };
 
