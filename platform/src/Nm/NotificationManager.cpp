@@ -1,7 +1,9 @@
+#include <exception>
 #include <map>
 #include <mutex>
 #include <utility>
 
+#include "Kyr/System/Commons/Logging/Loggable.h"
 #include "Kyr/System/Nm/Notifications.h"
 
 namespace Kyr::System::Nm {
@@ -58,8 +60,18 @@ void NotificationManager::Send(NotificationNameId id, const Kyr::System::Commons
     }
     notification.timeStamp = timeStamp;
     notification.payload = std::move(payload);
-    // Delivered outside the lock, so that a subscriber may send or subscribe itself.
-    for (const auto& receiver : receivers) (*receiver)(notification);
+    // Delivered outside the lock, so that a subscriber may send or subscribe itself. Sending is
+    // best-effort: a failing subscriber neither reaches the sender nor keeps the others from it.
+    using Log = Kyr::System::Commons::Logging::Loggable<NotificationManager>;
+    for (const auto& receiver : receivers) {
+        try {
+            (*receiver)(notification);
+        } catch (const std::exception& error) {
+            Log::LogError("Subscriber failed on notification {0}: {1}", notification.name, error.what());
+        } catch (...) {
+            Log::LogError("Subscriber failed on notification {0}", notification.name);
+        }
+    }
 }
 
 bool NotificationManager::IsRegistered(const String& name) const {

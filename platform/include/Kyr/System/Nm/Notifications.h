@@ -40,8 +40,9 @@ public:
                       std::shared_ptr<const INotificationPayload> payload) = 0;
 };
 
-// Delivers every sent notification synchronously to every subscriber. Thread-safe. The host creates
-// the process-wide one (Singleton<NotificationManager>).
+// Delivers every sent notification synchronously to every subscriber. Thread-safe. Send never
+// throws for a subscriber's failure (logged at error level; the other subscribers still get it).
+// The host creates the process-wide one (Singleton<NotificationManager>).
 class KYR_API NotificationManager : public INotificationSending {
 public:
     using Subscriber = std::function<void(const Notification&)>;
@@ -74,9 +75,14 @@ public:
         if (id == 0) this->sending = nullptr;
     }
     NotificationRegistration(NotificationRegistration&& other) noexcept { *this = std::move(other); }
+    // Replacing a valid registration unregisters it; as in the destructor, a failure to unregister
+    // cannot leave a noexcept move and is dropped.
     NotificationRegistration& operator=(NotificationRegistration&& other) noexcept {
         if (this != &other) {
-            Dispose();
+            try {
+                Dispose();
+            } catch (...) {
+            }
             name = std::move(other.name);
             sending = other.sending;
             id = other.id;
