@@ -1,16 +1,13 @@
 #include "Kyr/System/Commons/Io/FileSystemError.h"
 
 #include <cerrno>
-#include <string>
+
+#include "Kyr/System/Commons/EnumText.h"
 
 namespace Kyr::System::Commons::Io {
 
 namespace {
-struct NamedError {
-    FileSystemError value;
-    const char* name;
-};
-constexpr NamedError names[] = {
+constexpr EnumName<FileSystemError> names[] = {
     {FileSystemError::Success, "Success"},
     {FileSystemError::NotFound, "NotFound"},
     {FileSystemError::AccessDenied, "AccessDenied"},
@@ -36,23 +33,8 @@ FileSystemError FileSystemErrorFromErrno(int errorNumber) {
     }
 }
 
-std::ostream& operator<<(std::ostream& stream, FileSystemError value) {
-    for (const auto& entry : names)
-        if (entry.value == value) return stream << entry.name;
-    return stream << static_cast<std::uint32_t>(value);
-}
+std::ostream& operator<<(std::ostream& stream, FileSystemError value) { return WriteEnumName(stream, value, names); }
 
-std::istream& operator>>(std::istream& stream, FileSystemError& value) {
-    std::string text;
-    if (!(stream >> text)) return stream;
-    for (const auto& entry : names) {
-        if (text == entry.name) {
-            value = entry.value;
-            return stream;
-        }
-    }
-    stream.setstate(std::ios::failbit);
-    return stream;
-}
+std::istream& operator>>(std::istream& stream, FileSystemError& value) { return ReadEnumName(stream, value, names); }
 
 } // namespace Kyr::System::Commons::Io

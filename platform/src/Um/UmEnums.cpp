@@ -1,16 +1,14 @@
 #include "Kyr/System/Um/Services/UmEnums.h"
 
-#include <string>
+#include "Kyr/System/Commons/EnumText.h"
 
 namespace Kyr::System::Um::Services {
 
-namespace {
+using Kyr::System::Commons::EnumName;
+using Kyr::System::Commons::ReadEnumName;
+using Kyr::System::Commons::WriteEnumName;
 
-template <class TEnum>
-struct EnumName {
-    TEnum value;
-    const char* name;
-};
+namespace {
 
 constexpr EnumName<UserManagerConfigError> configErrorNames[] = {
     {UserManagerConfigError::NoError, "NoError"},
@@ -47,34 +45,13 @@ constexpr EnumName<PasswordPolicyInterval> intervalNames[] = {
     {PasswordPolicyInterval::Month, "Month"},
 };
 
-template <class TEnum, std::size_t N>
-std::ostream& WriteName(std::ostream& stream, TEnum value, const EnumName<TEnum> (&names)[N]) {
-    for (const auto& entry : names)
-        if (entry.value == value) return stream << entry.name;
-    return stream << static_cast<std::uint32_t>(value);
-}
-
-template <class TEnum, std::size_t N>
-std::istream& ReadName(std::istream& stream, TEnum& value, const EnumName<TEnum> (&names)[N]) {
-    std::string text;
-    if (!(stream >> text)) return stream;
-    for (const auto& entry : names) {
-        if (text == entry.name) {
-            value = entry.value;
-            return stream;
-        }
-    }
-    stream.setstate(std::ios::failbit);
-    return stream;
-}
-
 } // namespace
 
-std::ostream& operator<<(std::ostream& stream, UserManagerConfigError value) { return WriteName(stream, value, configErrorNames); }
-std::istream& operator>>(std::istream& stream, UserManagerConfigError& value) { return ReadName(stream, value, configErrorNames); }
-std::ostream& operator<<(std::ostream& stream, UserPasswordState value) { return WriteName(stream, value, passwordStateNames); }
-std::istream& operator>>(std::istream& stream, UserPasswordState& value) { return ReadName(stream, value, passwordStateNames); }
-std::ostream& operator<<(std::ostream& stream, PasswordPolicyInterval value) { return WriteName(stream, value, intervalNames); }
-std::istream& operator>>(std::istream& stream, PasswordPolicyInterval& value) { return ReadName(stream, value, intervalNames); }
+std::ostream& operator<<(std::ostream& stream, UserManagerConfigError value) { return WriteEnumName(stream, value, configErrorNames); }
+std::istream& operator>>(std::istream& stream, UserManagerConfigError& value) { return ReadEnumName(stream, value, configErrorNames); }
+std::ostream& operator<<(std::ostream& stream, UserPasswordState value) { return WriteEnumName(stream, value, passwordStateNames); }
+std::istream& operator>>(std::istream& stream, UserPasswordState& value) { return ReadEnumName(stream, value, passwordStateNames); }
+std::ostream& operator<<(std::ostream& stream, PasswordPolicyInterval value) { return WriteEnumName(stream, value, intervalNames); }
+std::istream& operator>>(std::istream& stream, PasswordPolicyInterval& value) { return ReadEnumName(stream, value, intervalNames); }
 
 } // namespace Kyr::System::Um::Services
