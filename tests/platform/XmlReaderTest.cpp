@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
-
 #include "Kyr/System/Commons/Exceptions.h"
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/Xml/MultiXmlConfigDocument.h"
@@ -15,20 +13,7 @@ using namespace Kyr::System::Commons::Xml;
 
 namespace {
 
-const char* goodDocument = R"(<?xml version="1.0"?>
-<Doc version="3">
-  <!-- a comment -->
-  <First flag="true" count="42"/>
-  <Second>
-    text
-    <Inner deep="yes"><Deeper/></Inner>
-  </Second>
-  <Empty></Empty>
-  <Last name="a&amp;b"/>
-</Doc>
-)";
-
-// Expects the failure of `action` to be an XmlException on `line` whose message contains `fragment`.
+// Expects `action` to throw an XmlException on `line` whose message contains `fragment`.
 template <class Action>
 void ExpectXmlError(Action action, int line, const String& fragment) {
     try {
@@ -40,133 +25,95 @@ void ExpectXmlError(Action action, int line, const String& fragment) {
     }
 }
 
-class TempFile {
-public:
-    explicit TempFile(const String& content) {
-        char pattern[] = "/tmp/kyr_xml_XXXXXX";
-        const int fd = mkstemp(pattern);
-        if (fd >= 0) close(fd);
-        path = pattern;
-        Kyr::System::Commons::Io::File::WriteAll(path, std::vector<std::uint8_t>(content.begin(), content.end()));
-    }
-    ~TempFile() { std::remove(path.c_str()); }
-    String path;
-};
+std::unique_ptr<XmlReader> ReaderOnDocumentElement(const String& text) {
+    auto reader = XmlReader::FromMemory(text);
+    reader->ReadDocumentElement();
+    return reader;
+}
 
-class RecordingConfiguration : public IXmlSerializable {
-public:
-    void ReadXml(XmlReader& reader, XmlSerializationContext&) override {
-        while (reader.TryReadStartElement()) {
-            children.push_back(reader.GetElementLocalName());
-            reader.ReadEndElement();
+// The local names that TryReadStartElement answers, with "/" for each false, until the document ends.
+String Walk(XmlReader& reader, bool skipEachElement) {
+    String names;
+    for (int falses = 0; falses < 3;) {
+        if (!reader.TryReadStartElement()) {
+            names += "/", ++falses;
+            continue;
         }
+        names += reader.GetElementLocalName() + (reader.IsEmptyElement() ? "." : "");
+        if (skipEachElement) reader.ReadEndElement();
     }
-    void WriteXml(XmlWriter&, XmlSerializationContext&) override {}
-    std::vector<String> children;
-};
+    return names;
+}
 
 } // namespace
 
-TEST(XmlReaderTest, WalksChildrenSkippingTextCommentsAndUnreadContent) {
-    auto reader = XmlReader::FromMemory(goodDocument);
-    reader->ReadDocumentElement();
-    EXPECT_EQ(reader->GetElementLocalName(), "Doc");
-    EXPECT_EQ(reader->GetLineNumber(), 2);
-    EXPECT_FALSE(reader->IsEmptyElement());
-
+TEST(XmlReaderTest, EntersEachNonEmptyElementUnlessItsEndIsReadFirst) {
+    const String document = "<Doc><A><B><C/></B>text<D></D></A><!-- note --><E/></Doc>";
+    auto reader = ReaderOnDocumentElement(document);
+    EXPECT_EQ(Walk(*reader, false), "ABC./D./E./") << "children come before the next sibling; '.' marks an empty element";
+    reader = ReaderOnDocumentElement(document);
+    EXPECT_EQ(Walk(*reader, true), "AE.///") << "ReadEndElement skips a whole subtree";
+    reader = ReaderOnDocumentElement(document);
+    ASSERT_TRUE(reader->TryReadStartElement() && reader->TryReadStartElement()); // A, then B
+    reader->ReadEndElement();
+    reader->ReadEndElement(); // B is finished: nothing more to skip
     ASSERT_TRUE(reader->TryReadStartElement());
-    EXPECT_EQ(reader->GetElementLocalName(), "First");
-    EXPECT_EQ(reader->GetLineNumber(), 4);
-    EXPECT_TRUE(reader->IsEmptyElement());
-    bool flag = false;
-    unsigned count = 0;
-    EXPECT_TRUE(reader->TryGetAttributeValue("flag", flag));
-    EXPECT_TRUE(flag);
-    EXPECT_TRUE(reader->TryGetAttributeValue("count", count));
-    EXPECT_EQ(count, 42u);
-    String missing = "unchanged";
-    EXPECT_FALSE(reader->TryGetAttributeValue("absent", missing));
-    EXPECT_EQ(missing, "unchanged");
-
-    reader->ReadStartElement("Second"); // ReadEndElement of an empty element is not needed
-    ASSERT_TRUE(reader->TryReadStartElement());
-    EXPECT_EQ(reader->GetElementLocalName(), "Inner");
-    reader->ReadEndElement(); // skips <Deeper/> and </Inner>
-    EXPECT_FALSE(reader->TryReadStartElement()) << "end of Second";
-
-    ASSERT_TRUE(reader->TryReadStartElement());
-    EXPECT_EQ(reader->GetElementLocalName(), "Empty");
-    EXPECT_TRUE(reader->IsEmptyElement()) << "an element without child nodes counts as empty";
-
-    ASSERT_TRUE(reader->TryReadStartElement());
-    String name;
-    EXPECT_TRUE(reader->TryGetAttributeValue("name", name));
-    EXPECT_EQ(name, "a&b");
-    EXPECT_FALSE(reader->TryReadStartElement()) << "end of Doc";
-    EXPECT_NO_THROW(reader->ReadToEnd());
+    EXPECT_EQ(reader->GetElementLocalName(), "D");
 }
 
-TEST(XmlReaderTest, SkipsTheRestOfAChildThatWasEnteredButNotEnded) {
-    auto reader = XmlReader::FromMemory("<Doc><A><B/><C/></A><D/></Doc>");
-    reader->ReadDocumentElement();
-    ASSERT_TRUE(reader->TryReadStartElement());
-    ASSERT_TRUE(reader->TryReadStartElement());
-    EXPECT_EQ(reader->GetElementLocalName(), "B");
-    reader->ReadEndElement();
-    reader->ReadEndElement(); // B is done: nothing more to skip
-    ASSERT_TRUE(reader->TryReadStartElement());
-    EXPECT_EQ(reader->GetElementLocalName(), "C");
+TEST(XmlReaderTest, ReadsAttributesAndLineNumbersOfTheCurrentElement) {
+    auto reader = ReaderOnDocumentElement("<?xml version=\"1.0\"?>\n<Doc>\n  <A flag=\"true\" off=\"0\" count=\"42\" name=\"a&amp;b\" "
+                                          "bad=\"yes\" minus=\"-1\" big=\"4294967296\"/>\n</Doc>");
+    EXPECT_EQ(reader->GetLineNumber(), 2);
+    reader->ReadStartElement("A");
+    EXPECT_EQ(reader->GetLineNumber(), 3);
+    bool flag = false;
+    bool off = true;
+    unsigned count = 0;
+    String name = "unchanged";
+    EXPECT_FALSE(reader->TryGetAttributeValue("absent", name));
+    EXPECT_TRUE(reader->TryGetAttributeValue("flag", flag) && reader->TryGetAttributeValue("off", off) &&
+                reader->TryGetAttributeValue("count", count) && reader->TryGetAttributeValue("name", name));
+    EXPECT_TRUE(flag && !off && count == 42u && name == "a&b") << name;
+    ExpectXmlError([&] { reader->TryGetAttributeValue("bad", flag); }, 3, "bad");
+    ExpectXmlError([&] { reader->TryGetAttributeValue("minus", count); }, 3, "minus");
+    ExpectXmlError([&] { reader->TryGetAttributeValue("big", count); }, 3, "big");
+    ExpectXmlError([&] { reader->ReadStartElement("B"); }, 2, "Missing XML element 'B'");
 }
 
 TEST(XmlReaderTest, ReportsBrokenDocumentsWithTheirLineNumber) {
     struct Case {
-        const char* title;
         String text;
         int line;
-        String fragment;
     };
-    const Case cases[] = {
-        {"mismatched end tag", "<Doc>\n<A>\n</B>\n</Doc>", 3, ""},
-        {"unterminated document", "<Doc>\n<A/>\n", 2, ""},
-        {"garbage before root", "\n\nnot xml", 3, ""},
-        {"no document element", "", 1, ""},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.title);
+    for (const Case& c : {Case{"<Doc>\n<A>\n</B>\n</Doc>", 3}, Case{"<Doc>\n<A/>\n", 2}, Case{"\n\nnot xml", 3}, Case{"", 1}}) {
         ExpectXmlError(
             [&] {
-                auto reader = XmlReader::FromMemory(c.text);
-                reader->ReadDocumentElement();
+                auto reader = ReaderOnDocumentElement(c.text);
                 reader->ReadToEnd();
             },
-            c.line, c.fragment);
+            c.line, "");
     }
 }
 
-TEST(XmlReaderTest, MissingChildAndBadAttributeValuesAreXmlErrorsOnTheElementLine) {
-    auto reader = XmlReader::FromMemory("<Doc>\n  <A b=\"yes\" n=\"-1\" big=\"4294967296\" ok=\"0\"/>\n</Doc>");
-    reader->ReadDocumentElement();
-    ExpectXmlError([&] { reader->ReadStartElement("B"); }, 2, "Missing XML element 'B'");
-    bool flag = true;
-    unsigned number = 0;
-    ExpectXmlError([&] { reader->TryGetAttributeValue("b", flag); }, 2, "b");
-    ExpectXmlError([&] { reader->TryGetAttributeValue("n", number); }, 2, "n");
-    ExpectXmlError([&] { reader->TryGetAttributeValue("big", number); }, 2, "big");
-    EXPECT_TRUE(reader->TryGetAttributeValue("ok", flag));
-    EXPECT_FALSE(flag);
-}
-
 TEST(MultiXmlConfigDocumentTest, LoadsTheDocumentOrNamesWhatIsWrong) {
-    RecordingConfiguration configuration;
+    struct Children : IXmlSerializable {
+        void ReadXml(XmlReader& reader, XmlSerializationContext&) override {
+            while (reader.TryReadStartElement()) names += reader.GetElementLocalName(), reader.ReadEndElement();
+        }
+        void WriteXml(XmlWriter&, XmlSerializationContext&) override {}
+        String names;
+    } configuration;
     MultiXmlConfigDocument document("Settings", configuration);
-
-    TempFile good("<Settings>\n<A/>\n<B><C/></B>\n</Settings>\n");
-    document.Load(good.path);
-    EXPECT_EQ(configuration.children, (std::vector<String>{"A", "B"}));
-
-    ExpectXmlError([&] { document.Load("/nonexistent/settings.xml"); }, 0, "Cannot open XML file '/nonexistent/settings.xml'");
-    TempFile wrongRoot("\n<Other/>");
-    ExpectXmlError([&] { document.Load(wrongRoot.path); }, 2, "Unexpected document element 'Other', expected 'Settings'");
-    TempFile brokenTail("<Settings/>\n<Second/>");
-    ExpectXmlError([&] { document.Load(brokenTail.path); }, 2, "");
+    const String path = ::testing::TempDir() + "kyr_settings_" + std::to_string(::getpid()) + ".xml";
+    const auto load = [&](const String& text) {
+        Kyr::System::Commons::Io::File::WriteAll(path, std::vector<std::uint8_t>(text.begin(), text.end()));
+        document.Load(path);
+    };
+    load("<Settings>\n<A/>\n<B><C/></B>\n</Settings>\n");
+    EXPECT_EQ(configuration.names, "AB");
+    ExpectXmlError([&] { load("\n<Other/>"); }, 2, "Unexpected document element 'Other', expected 'Settings'");
+    ExpectXmlError([&] { load("<Settings/>\n<Second/>"); }, 2, "");
+    Kyr::System::Commons::Io::File::Delete(path);
+    ExpectXmlError([&] { document.Load(path); }, 0, "Cannot open XML file '" + path + "'");
 }

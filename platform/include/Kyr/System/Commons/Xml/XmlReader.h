@@ -11,13 +11,21 @@ namespace Kyr::System::Commons::Xml {
 // document) throws XmlException carrying the line number where it happened.
 //
 // The reader stands on one element at a time (the "current element"):
-//  - after ReadStartElement()/TryReadStartElement() it stands on the start tag just read;
-//  - IsEmptyElement() tells whether the current element is written <x/> (or has no child nodes);
-//  - TryReadStartElement() moves to the next child start element of the element whose content is
-//    being read (skipping text, comments and whitespace); at that element's end tag it consumes the
-//    end tag and answers false;
-//  - ReadEndElement() skips the rest of the current element (its children included) and its end tag;
-//  - attributes are read from the current element.
+//  - after ReadDocumentElement()/ReadStartElement()/TryReadStartElement() it stands on the start tag
+//    just read, and it has entered that element unless it is empty: its content is now the content
+//    being read;
+//  - IsEmptyElement() tells whether the current element is written <x/> or has no child elements
+//    (text, comments and whitespace do not count);
+//  - TryReadStartElement() moves to the next child start element of the innermost entered element
+//    (skipping text, comments and whitespace). So right after a non-empty element it answers that
+//    element's first child, not its next sibling. At the entered element's end tag it consumes the
+//    end tag, leaves the element and answers false;
+//  - ReadEndElement() skips the rest of the current element (its whole subtree) and its end tag, so
+//    that the next TryReadStartElement() answers its next sibling; on an empty or finished element it
+//    does nothing;
+//  - attributes are read from the current element;
+//  - GetLineNumber() is the current element's line as libxml2 records it: the line on which its
+//    start tag ends.
 class KYR_API XmlReader {
 public:
     static std::unique_ptr<XmlReader> FromFile(const String& path);
