@@ -14,15 +14,13 @@ TEST(XmlHtmlEntitiesCoderTest, EncodesDecodesOrPassesThroughByMode) {
     const Case cases[] = {
         {1, "", ""},
         {1, "a<b>&\"c'", "a&lt;b&gt;&amp;&quot;c&apos;"},
-        {1, " ", "&#32;"},
-        {1, "   ", "&#32;  "},
+        {1, "   ", "&#32;  "}, // spaces only: just the first one is encoded
         {1, " a ", " a "},
-        {1, "line\nbreak\t", "line\nbreak\t"},
+        {1, "line\r\nbreak\t\xC3\xA4", "line\r\nbreak\t\xC3\xA4"},
         {1, "&amp;", "&amp;amp;"},
         {2, "&lt;b&gt; &amp; &quot;&apos;", "<b> & \"'"},
-        {2, "&#32;  ", "   "},
-        {2, "&#65;&#x42;&#xe4;", "AB\xC3\xA4"},
-        {2, "&unknown; & &#; &#xZZ;", "&unknown; & &#; &#xZZ;"},
+        {2, "&#32;&#65;&#x42;&#xe4;", " AB\xC3\xA4"},
+        {2, "&unknown; & &#; &#xZZ; &#0;", "&unknown; & &#; &#xZZ; &#0;"},
         {2, "&amp;lt;", "&lt;"},
         {0, "<&>", "<&>"},
         {3, "&lt;", "&lt;"},
@@ -33,13 +31,6 @@ TEST(XmlHtmlEntitiesCoderTest, EncodesDecodesOrPassesThroughByMode) {
     }
 }
 
-TEST(XmlHtmlEntitiesCoderTest, DecodingUndoesEncoding) {
-    const XmlHtmlEntitiesCoder encoder("e", 1);
-    const XmlHtmlEntitiesCoder decoder("d", 2);
-    for (const String text : {"  ", "<tag a=\"1\">it's & more</tag>", "plain"})
-        EXPECT_EQ(decoder.Filter(encoder.Filter(text)), text);
-}
-
 TEST(CharactersEscaperTest, PrefixesEveryByteOfTheSetAndNothingElse) {
     struct Case {
         String set;
@@ -48,23 +39,17 @@ TEST(CharactersEscaperTest, PrefixesEveryByteOfTheSetAndNothingElse) {
         String expected;
     };
     const Case cases[] = {
-        {"\\", "\\", "a\\b", "a\\\\b"},
-        {"\\", "\\", "\\\\", "\\\\\\\\"},
+        {"\\", "\\", "dir\\sub \\\\", "dir\\\\sub \\\\\\\\"},
         {"\\", "\\", "no escapes", "no escapes"},
         {"\"'", "^", "say \"hi\" 'x'", "say ^\"hi^\" ^'x^'"},
         {"", "\\", "a\\b", "a\\b"},
-        {"a", "", "aaa", "aaa"},
     };
-    for (const Case& c : cases) {
-        const CharactersEscaper escaper("escaper", c.set, c.prefix);
-        EXPECT_EQ(escaper.Filter(c.input), c.expected) << c.input;
-    }
+    for (const Case& c : cases)
+        EXPECT_EQ(CharactersEscaper("escaper", c.set, c.prefix).Filter(c.input), c.expected) << c.input;
 }
 
 TEST(StringFilterTest, NewLineFilterKeepsTextOnOneLine) {
     const StringFilter filter(StringFilterKind::NewLine, "New line filter");
-    EXPECT_EQ(filter.GetName(), "New line filter");
     EXPECT_EQ(filter.Filter("a\r\nb\nc"), "a\\r\\nb\\nc");
     EXPECT_EQ(filter.Filter("typed \\n"), "typed \\\\n") << "a typed backslash-n stays distinguishable";
-    EXPECT_EQ(filter.Filter("plain"), "plain");
 }

@@ -3,43 +3,38 @@
 #include "Kyr/Services/Commons/Wbm/Modules/WbmModuleLibrary.h"
 
 using Kyr::String;
-using Kyr::Services::Commons::Wbm::Modules::IWbmModule;
-using Kyr::Services::Commons::Wbm::Modules::WbmModuleFactory;
+using namespace Kyr::Services::Commons::Wbm::Modules;
 using Kyr::System::Commons::ArgumentException;
 
 namespace {
 struct DummyModule : IWbmModule {
-    void SetupModule(const Kyr::Services::Commons::Wbm::Modules::ModuleInfo&,
-                     Kyr::Services::Commons::Wbm::Modules::IWbmModuleHandler&) override {}
-    void ResetModule(Kyr::Services::Commons::Wbm::Modules::IWbmModuleHandler&) override {}
+    void SetupModule(const ModuleInfo&, IWbmModuleHandler&) override {}
+    void ResetModule(IWbmModuleHandler&) override {}
 };
 WbmModuleFactory::FactoryFunction MakeDummy() { return [] { return std::make_unique<DummyModule>(); }; }
 } // namespace
 
 TEST(ModuleFactoryTest, ChecksNameThenFunctionThenDuplicate) {
     struct Case {
-        const char* title;
         String name;
         bool withFunction;
-        const char* argument;
-        const char* message;
+        String expected; // argument: message
     };
     const Case cases[] = {
-        {"empty name wins over empty function", "", false, "moduleName", "Invalid module name"},
-        {"empty function wins over duplicate", "Um", false, "function", "Invalid factory function."},
-        {"duplicate", "Um", true, "moduleName", "Duplicate module name"},
+        {"", false, "moduleName: Invalid module name"},
+        {"Um", false, "function: Invalid factory function."}, // before the duplicate search
+        {"Um", true, "moduleName: Duplicate module name"},
     };
     for (const Case& c : cases) {
         WbmModuleFactory factory;
         factory.AddFactoryFunction("Um", MakeDummy());
         try {
             factory.AddFactoryFunction(c.name, c.withFunction ? MakeDummy() : nullptr);
-            ADD_FAILURE() << c.title;
+            ADD_FAILURE() << c.expected;
         } catch (const ArgumentException& error) {
-            EXPECT_EQ(error.GetArgumentName(), c.argument) << c.title;
-            EXPECT_STREQ(error.what(), c.message) << c.title;
+            EXPECT_EQ(error.GetArgumentName() + ": " + error.what(), c.expected);
         }
-        EXPECT_EQ(factory.GetModuleNames(), std::vector<String>{"Um"}) << c.title << ": list unchanged";
+        EXPECT_EQ(factory.GetModuleNames(), std::vector<String>{"Um"}) << c.expected << ": list unchanged";
     }
 }
 
@@ -47,10 +42,8 @@ TEST(ModuleFactoryTest, NamesAreCaseSensitiveAndEachCreationIsANewModule) {
     WbmModuleFactory factory;
     factory.AddFactoryFunction("Um", MakeDummy());
     factory.AddFactoryFunction("um", MakeDummy());
-    EXPECT_EQ(factory.GetModuleNames(), (std::vector<String>{"Um", "um"}));
     auto first = factory.CreateModule("Um");
-    auto second = factory.CreateModule("Um");
     ASSERT_NE(first, nullptr);
-    EXPECT_NE(first.get(), second.get());
+    EXPECT_NE(first, factory.CreateModule("Um"));
     EXPECT_EQ(factory.CreateModule("UM"), nullptr);
 }

@@ -6,13 +6,8 @@
 #include "Kyr/System/Commons/Exceptions.h"
 
 using Kyr::String;
-using Kyr::Services::Commons::Wbm::Messages::RequestData;
-using Kyr::Services::Commons::Wbm::Messages::RequestParams;
-using Kyr::Services::Commons::Wbm::Messages::SecurityToken;
-using Kyr::Services::Commons::Wbm::Messages::WbmRequest;
-using Kyr::Services::Commons::Wbm::Messages::WbmResponse;
-using Kyr::Services::Commons::Wbm::Modules::WbmPageHandlerBase;
-using Kyr::Services::Commons::Wbm::Modules::WbmRequestHandlerBase;
+using namespace Kyr::Services::Commons::Wbm::Messages;
+using namespace Kyr::Services::Commons::Wbm::Modules;
 using Kyr::Testing::ScopedServices;
 using Kyr::Testing::ServiceKind;
 using testing::_;
@@ -23,35 +18,30 @@ namespace {
 class EchoHandler : public WbmRequestHandlerBase {
 public:
     explicit EchoHandler(bool isConfigurationProvider) : WbmRequestHandlerBase(isConfigurationProvider) {
-        Register("First", "one");
-        Register("Second", "two");
-        Register("First", "replaced");
-    }
-
-private:
-    void Register(const String& name, const String& body) {
-        RegisterHandlerDelegate(name, std::make_shared<RequestDelegate>([body](const WbmRequest&) { return WbmResponse({}, body); }));
+        for (const char* name : {"First", "Second", "First"}) {
+            const String body = String(name) + std::to_string(GetRequestFunctionNames().size());
+            RegisterHandlerDelegate(name, std::make_shared<RequestDelegate>([body](const WbmRequest&) { return WbmResponse({}, body); }));
+        }
     }
 };
 
-WbmRequest RequestFor(const String& functionName) { return WbmRequest(functionName, SecurityToken(), RequestData(), RequestParams()); }
-
-MATCHER_P(RscTextIs, text, "") { return arg.ToString() == text; }
+String Call(WbmRequestHandlerBase& handler, const String& functionName) {
+    return handler.HandleRequest(WbmRequest(functionName, SecurityToken(), RequestData(), RequestParams())).GetBody();
+}
 
 } // namespace
 
 TEST(WbmRequestHandlerBaseTest, DispatchesByFunctionNameAndRefusesUnknownNames) {
     EchoHandler handler(false);
     EXPECT_EQ(handler.GetRequestFunctionNames(), (std::vector<String>{"First", "Second"}));
-    EXPECT_EQ(handler.HandleRequest(RequestFor("First")).GetBody(), "replaced");
-    EXPECT_EQ(handler.HandleRequest(RequestFor("Second")).GetBody(), "two");
+    EXPECT_EQ(Call(handler, "First"), "First2") << "a second registration replaces the first";
+    EXPECT_EQ(Call(handler, "Second"), "Second1");
     try {
-        handler.HandleRequest(RequestFor("second"));
+        Call(handler, "second");
         FAIL() << "expected an exception";
     } catch (const Kyr::System::Commons::InvalidOperationException& error) {
         EXPECT_STREQ(error.what(), "Unknown request function 'second'");
     }
-    EXPECT_TRUE(handler.IsAvailable());
 }
 
 TEST(WbmRequestHandlerBaseTest, DefaultPermissionRuleAsksTheAuthorizationService) {
@@ -59,36 +49,29 @@ TEST(WbmRequestHandlerBaseTest, DefaultPermissionRuleAsksTheAuthorizationService
         const char* title;
         bool configuration;
         String session;
-        bool serviceAnswer;
-        bool expectAsked;
+        bool published;
+        int serviceAnswer; // -1: must not be asked
         bool permitted;
     };
     const Case cases[] = {
-        {"configuration, session, granted", true, "s1", true, true, true},
-        {"configuration, session, denied", true, "s1", false, true, false},
-        {"configuration, anonymous: never", true, "", true, false, false},
-        {"information, session, granted", false, "s1", true, true, true},
-        {"information, anonymous, granted", false, "", true, true, true},
-        {"information, anonymous, denied", false, "", false, true, false},
+        {"configuration, session, granted", true, "s1", true, 1, true},
+        {"configuration, session, denied", true, "s1", true, 0, false},
+        {"configuration, anonymous: never", true, "", true, -1, false},
+        {"information, anonymous, granted", false, "", true, 1, true},
+        {"information, anonymous, denied", false, "", true, 0, false},
+        {"no authorization service", false, "s1", false, -1, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.title);
         ScopedServices services;
+        if (!c.published) services.Withdraw(ServiceKind::Authorization);
         const String object = c.configuration ? "kyr.services.wbm/configuration" : "kyr.services.wbm/information";
-        if (c.expectAsked) {
-            EXPECT_CALL(*services.authorization, HasPermission(RscTextIs(object), 4096u, _)).WillOnce(Return(c.serviceAnswer));
-        } else {
-            EXPECT_CALL(*services.authorization, HasPermission(_, _, _)).Times(0);
-        }
-        EchoHandler handler(c.configuration);
-        EXPECT_EQ(handler.HasPermissions(SecurityToken(c.session)), c.permitted);
+        auto& asked = EXPECT_CALL(*services.authorization, HasPermission(testing::Property(&Kyr::System::Rsc::RscString<512>::ToString, object),
+                                                                         4096u, testing::Property(&SecurityToken::GetSessionId, c.session)));
+        if (c.serviceAnswer < 0) asked.Times(0);
+        else asked.WillOnce(Return(c.serviceAnswer == 1));
+        EXPECT_EQ(EchoHandler(c.configuration).HasPermissions(SecurityToken(c.session)), c.permitted);
     }
-}
-
-TEST(WbmRequestHandlerBaseTest, WithoutAuthorizationServiceEverybodyIsRefused) {
-    ScopedServices services(ServiceKind::Authorization);
-    EXPECT_FALSE(EchoHandler(false).HasPermissions(SecurityToken("s1")));
-    EXPECT_FALSE(EchoHandler(true).HasPermissions(SecurityToken("s1")));
 }
 
 TEST(WbmRequestHandlerBaseTest, ServiceOfTheWrongTypeIsAnInvalidCast) {
@@ -98,8 +81,7 @@ TEST(WbmRequestHandlerBaseTest, ServiceOfTheWrongTypeIsAnInvalidCast) {
         EchoHandler(false).HasPermissions(SecurityToken("s1"));
         FAIL() << "expected an exception";
     } catch (const Kyr::System::Commons::InvalidCastException& error) {
-        EXPECT_STREQ(error.what(),
-                     "The service does not implement service interface 'Kyr::System::Acf::Services::IAuthorizationService'.");
+        EXPECT_STREQ(error.what(), "The service does not implement service interface 'Kyr::System::Acf::Services::IAuthorizationService'.");
     }
 }
 

@@ -4,7 +4,6 @@ namespace Kyr::Services::Commons::Wbm::Messages {
 
 namespace {
 String MediaType(ContentType type, ContentSubtype subtype) {
-    if (type == ContentType::Binary) return "application/octet-stream";
     if (type != ContentType::Text) return "application/octet-stream";
     switch (subtype) {
     case ContentSubtype::Html: return "text/html";

@@ -11,7 +11,9 @@ namespace Kyr::System::Commons {
 
 namespace Internal {
 // One process-wide slot per type name, shared by every library of the process (the template below
-// is instantiated in each library, the slot lives once in the platform library).
+// is instantiated in each library, the slot lives once in the platform library). Types are told
+// apart by their full name only: a singleton type must not live in an anonymous namespace, whose
+// names repeat from file to file.
 struct KYR_API SingletonSlot {
     std::atomic<void*> instance{nullptr};
     void (*deleter)(void*) = nullptr; // set when the singleton owns the instance
