@@ -9,3 +9,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/arm-linux-gnueabihf/pkgconfig:/usr/share/pkgconfig)
+# Test executables (and the test discovery at build time) run under qemu-user when it is there.
+find_program(KYR_QEMU_ARM qemu-arm)
+if(KYR_QEMU_ARM)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${KYR_QEMU_ARM} -L /usr/arm-linux-gnueabihf)
+endif()
