@@ -4,6 +4,9 @@
 #include <rapidjson/document.h>
 
 #include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "Kyr/System/Commons/RscString.h"
@@ -15,39 +18,41 @@
 
 namespace Kyr::Services::Modules::Wbm::Um::Internal {
 
+namespace {
+
+using RequestFunction = UmHandler::WbmResponse (*)(UmHandler&, const UmHandler::WbmRequest&);
+
+template <auto method>
+UmHandler::WbmResponse Call(UmHandler& handler, const UmHandler::WbmRequest& request) {
+    return (handler.*method)(request);
+}
+
+// The request functions of "UserManagementDp", registered in this order.
+const std::pair<const char*, RequestFunction> requestFunctions[] = {
+    {"GetUserManagementConfig", &Call<&UmHandler::GetUserManagementConfig>},
+    {"GetSessionPolicyConfig", &Call<&UmHandler::GetSessionPolicyConfig>},
+    {"GetPasswordRoleRulesets", &Call<&UmHandler::GetPasswordRoleRulesets>},
+    {"GetPasswordBlockList", &Call<&UmHandler::GetPasswordBlockList>},
+    {"IsUserAuthenticationRequired", &Call<&UmHandler::IsUserAuthenticationRequired>},
+    {"IsAuthenticationDeactivatable", &Call<&UmHandler::IsAuthenticationDeactivatable>},
+    {"SetSessionPolicyConfig", &Call<&UmHandler::SetSessionPolicyConfig>},
+    {"SetPasswordBlockList", &Call<&UmHandler::SetPasswordBlockList>},
+    {"SetPasswordRoleRulesets", &Call<&UmHandler::SetPasswordRoleRulesets>},
+    {"AddUser", &Call<&UmHandler::AddUser>},
+    {"RemoveUser", &Call<&UmHandler::RemoveUser>},
+    {"RestartSystem", &Call<&UmHandler::RestartSystem>},
+    {"SetUserPassword", &Call<&UmHandler::SetUserPassword>},
+    {"ModifyUserConfig", &Call<&UmHandler::ModifyUserConfig>},
+    {"SetAuthenticationRequiredState", &Call<&UmHandler::SetAuthenticationRequiredState>},
+};
+
+} // namespace
+
 // Changes device configuration, hence a configuration provider.
 UmHandler::UmHandler() : UmWbmHandlerBase(true) {
-    // Request functions, registered in this order:
-    RegisterHandlerDelegate("GetUserManagementConfig", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return GetUserManagementConfig(request); }));
-    RegisterHandlerDelegate("GetSessionPolicyConfig", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return GetSessionPolicyConfig(request); }));
-    RegisterHandlerDelegate("GetPasswordRoleRulesets", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return GetPasswordRoleRulesets(request); }));
-    RegisterHandlerDelegate("GetPasswordBlockList", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return GetPasswordBlockList(request); }));
-    RegisterHandlerDelegate("IsUserAuthenticationRequired", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return IsUserAuthenticationRequired(request); }));
-    RegisterHandlerDelegate("IsAuthenticationDeactivatable", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return IsAuthenticationDeactivatable(request); }));
-    RegisterHandlerDelegate("SetSessionPolicyConfig", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return SetSessionPolicyConfig(request); }));
-    RegisterHandlerDelegate("SetPasswordBlockList", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return SetPasswordBlockList(request); }));
-    RegisterHandlerDelegate("SetPasswordRoleRulesets", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return SetPasswordRoleRulesets(request); }));
-    RegisterHandlerDelegate("AddUser", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return AddUser(request); }));
-    RegisterHandlerDelegate("RemoveUser", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return RemoveUser(request); }));
-    RegisterHandlerDelegate("RestartSystem", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return RestartSystem(request); }));
-    RegisterHandlerDelegate("SetUserPassword", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return SetUserPassword(request); }));
-    RegisterHandlerDelegate("ModifyUserConfig", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return ModifyUserConfig(request); }));
-    RegisterHandlerDelegate("SetAuthenticationRequiredState", std::make_shared<RequestDelegate>(
-        [this](const WbmRequest& request) { return SetAuthenticationRequiredState(request); }));
+    for (const auto& [name, function] : requestFunctions)
+        RegisterHandlerDelegate(name, std::make_shared<RequestDelegate>(
+            [this, function = function](const WbmRequest& request) { return function(*this, request); }));
 }
 
 UmHandler::~UmHandler() = default;
@@ -85,6 +90,28 @@ UmHandler::WbmResponse Answer(const String& errorText, rapidjson::Value result =
 
 String LastErrorText(Kyr::System::Um::Services::IUserManagementService& service) {
     return service.GetLastErrorText().ToString();
+}
+
+// The groups of the first place where `expression` matches in the request text. Without one, the
+// request is reported as invalid under `reportedFunction` and nothing is returned. A search that
+// gives up on its complexity bound (adversarial bodies) counts as no match instead of escaping.
+std::optional<std::vector<String>> SearchForm(const UmHandler::WbmRequest& request, const boost::regex& expression,
+                                              const char* reportedFunction) {
+    const String text = RequestText(request);
+    boost::smatch match;
+    bool found = false;
+    try {
+        found = boost::regex_search(text, match, expression);
+    } catch (const std::runtime_error&) { // Boost's complexity and memory bounds
+        found = false;
+    }
+    if (!found) {
+        ReportInvalidRequest(RequestText(request), reportedFunction);
+        return std::nullopt;
+    }
+    std::vector<String> groups;
+    for (std::size_t i = 1; i < match.size(); ++i) groups.push_back(match.str(i));
+    return groups;
 }
 
 } // namespace
@@ -134,20 +161,18 @@ UmHandler::WbmResponse UmHandler::IsAuthenticationDeactivatable(const WbmRequest
 UmHandler::WbmResponse UmHandler::AddUser(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)(?:&password=)(.+)(?:&confirmPassword=)(.+)");
     String errorText;
-    const String text = RequestText(request);
-    boost::smatch match;
-    if (!boost::regex_search(text, match, expression)) {
-        // Reported under the password function's name on purpose; monitoring relies on it.
-        ReportInvalidRequest(RequestText(request), "SetUserPassword");
+    // Reported under the password function's name on purpose; monitoring relies on it.
+    const auto form = SearchForm(request, expression, "SetUserPassword");
+    if (!form) {
         errorText = invalidRequestText;
-    } else if (!ValidateUserName(match.str(1))) {
+    } else if (!ValidateUserName(form->at(0))) {
         errorText = "Username has invalid characters";
         LogError("Username has invalid characters");
-    } else if (match.str(2) != match.str(3)) {
+    } else if (form->at(1) != form->at(2)) {
         errorText = "Passwords don't match!";
     } else {
-        const RscString<64> userName(match.str(1));
-        const RscString<128> password(match.str(2));
+        const RscString<64> userName(form->at(0));
+        const RscString<128> password(form->at(1));
         if (!userManagementService->AddUser(userName, password))
             errorText = LastErrorText(*userManagementService);
     }
@@ -157,14 +182,12 @@ UmHandler::WbmResponse UmHandler::AddUser(const WbmRequest& request) const {
 UmHandler::WbmResponse UmHandler::RemoveUser(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)");
     String errorText;
-    const String text = RequestText(request);
-    boost::smatch match;
-    if (!boost::regex_search(text, match, expression)) {
-        // Reported under the password function's name on purpose; monitoring relies on it.
-        ReportInvalidRequest(RequestText(request), "SetUserPassword");
+    // Reported under the password function's name on purpose; monitoring relies on it.
+    const auto form = SearchForm(request, expression, "SetUserPassword");
+    if (!form) {
         errorText = invalidRequestText;
     } else {
-        const RscString<64> userName(match.str(1));
+        const RscString<64> userName(form->at(0));
         if (!userManagementService->RemoveUser(userName))
             errorText = LastErrorText(*userManagementService);
     }
@@ -180,16 +203,14 @@ UmHandler::WbmResponse UmHandler::RestartSystem(const WbmRequest& /*request*/) c
 UmHandler::WbmResponse UmHandler::SetUserPassword(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)(?:&newPassword=)(.+)(?:&confirmNewPassword=)(.+)");
     String errorText;
-    const String text = RequestText(request);
-    boost::smatch match;
-    if (!boost::regex_search(text, match, expression)) {
-        ReportInvalidRequest(RequestText(request), "SetUserPassword");
+    const auto form = SearchForm(request, expression, "SetUserPassword");
+    if (!form) {
         errorText = invalidRequestText;
-    } else if (match.str(2) != match.str(3)) {
+    } else if (form->at(1) != form->at(2)) {
         errorText = "Passwords don't match!";
     } else {
-        const RscString<64> userName(match.str(1));
-        const RscString<128> newPassword(match.str(2));
+        const RscString<64> userName(form->at(0));
+        const RscString<128> newPassword(form->at(1));
         if (!userManagementService->SetUserPassword(userName, newPassword))
             errorText = LastErrorText(*userManagementService);
     }
@@ -219,14 +240,12 @@ UmHandler::WbmResponse UmHandler::SetAuthenticationRequiredState(const WbmReques
     // The key's spelling is what clients send.
     static const boost::regex expression("(?:userAthenticationEnabled=)(.+)");
     String errorText;
-    const String text = RequestText(request);
-    boost::smatch match;
-    if (!boost::regex_search(text, match, expression)) {
-        ReportInvalidRequest(RequestText(request), "SetAuthenticationRequiredState");
+    const auto form = SearchForm(request, expression, "SetAuthenticationRequiredState");
+    if (!form) {
         errorText = invalidRequestText;
     } else {
         // Only the exact word switches authentication on; anything else switches it off.
-        const bool required = match.str(1) == "true";
+        const bool required = form->at(0) == "true";
         if (!userManagementService->SetAuthenticationRequired(required)) {
             errorText = "Failed to set user authentication required state";
             LogError("Failed to set user authentication required state to :{0}", required);

@@ -9,6 +9,7 @@ namespace {
 using namespace UsersTests;
 
 const String n63(63, 'n'), n64(64, 'n'), p127(127, 'p'), p128(128, 'p');
+const String complex = [] { String s; for (int i = 0; i < 200; ++i) s += "username=&password="; return s; }();
 String Refused(const String& text) { return R"({"error":true,"errorText":")" + text + R"(","result":null})"; }
 
 struct FormCase {
@@ -34,20 +35,18 @@ TEST_F(UserAdministration, FormBodiesAreSearchedAndValuesPassedAsSent) {
         {"AddUser", "username=u&password=" + p127 + "&confirmPassword=" + p127, "AddUser(u," + p127 + ")", ok, ""},
         {"AddUser", "username=u&password=pw&confirmPassword=pW", "", Refused("Passwords don't match!"), ""},
         {"AddUser", "username=&password=p&confirmPassword=p", "", invalid, "SetUserPassword"},
-        {"AddUser", "userName=u&password=p&confirmPassword=p", "", invalid, "SetUserPassword"},
-        {"RemoveUser", "a=b&username=x&y=z", "RemoveUser(x&y=z)", ok, ""},
-        {"RemoveUser", "username=\\", "RemoveUser(\\)", ok, ""},
+        // A search that gives up on its complexity bound is no match.
+        {"AddUser", complex, "", invalid, "SetUserPassword"},
+        {"RemoveUser", "a=b&username=\\&y=z", "RemoveUser(\\&y=z)", ok, ""},
         {"RemoveUser", "username=", "", invalid, "SetUserPassword"},
         {"SetUserPassword", "username=\\&newPassword=n&newPassword=m&confirmNewPassword=m", "SetUserPassword(\\&newPassword=n,m)", ok, ""},
         {"SetUserPassword", "username=u&newPassword=n&confirmNewPassword=n ", "", Refused("Passwords don't match!"), ""},
         {"SetUserPassword", "username=u&password=n&confirmPassword=n", "", invalid, "SetUserPassword"},
         {"SetAuthenticationRequiredState", "csrf=1&userAthenticationEnabled=true", "Required(true)", ok, ""},
         {"SetAuthenticationRequiredState", "userAthenticationEnabled=TRUE", "Required(false)", ok, ""},
-        {"SetAuthenticationRequiredState", "userAthenticationEnabled=1", "Required(false)", ok, ""},
         {"SetAuthenticationRequiredState", "userAthenticationEnabled=true&x=1", "Required(false)", ok, ""},
         {"SetAuthenticationRequiredState", "userAuthenticationEnabled=true", "", invalid, "SetAuthenticationRequiredState"},
         {"SetAuthenticationRequiredState", "userAthenticationEnabled=", "", invalid, "SetAuthenticationRequiredState"},
-        {"SetAuthenticationRequiredState", "", "", invalid, "SetAuthenticationRequiredState"},
     };
     for (const FormCase& c : cases) {
         SCOPED_TRACE(String(c.function) + " " + c.body.substr(0, 80));
