@@ -67,6 +67,10 @@ JsonHelper::WbmResponse JsonHelper::BuildQuotedResultResponse(const String& resu
     return WbmResponse(JsonHeader(), SafeFormat(quotedResultTemplate, result, errorText, error));
 }
 
+void JsonHelper::Parse(rapidjson::Document& document, const String& text) {
+    document.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+}
+
 rapidjson::Document JsonHelper::ToJsonArray(const std::vector<String>& lines) {
     rapidjson::Document document;
     document.SetObject();

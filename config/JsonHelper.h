@@ -29,6 +29,10 @@ public:
     // As above, with the result placed inside quotes (unescaped).
     static WbmResponse BuildQuotedResultResponse(const String& result, const String& errorText, bool error);
 
+    // Parses a request body into `document`. Iterative, so that a deeply nested body cannot exhaust
+    // the stack of the request thread; errors are left to document.HasParseError().
+    static void Parse(rapidjson::Document& document, const String& text);
+
     // {"SystemUseNotification":[lines...]}
     static rapidjson::Document ToJsonArray(const std::vector<String>& lines);
 

@@ -35,7 +35,7 @@ bool UserConfigItem::ParseJson(const String& text)
     static const char* const itemName = "userConfigItem";
 
     rapidjson::Document document;
-    document.Parse(text.data(), text.size());
+    JsonHelper::Parse(document, text);
     if (document.HasParseError() || !document.IsObject()) {
         LogError("Invalid user config item root object!");
         return false;
