@@ -11,7 +11,6 @@ using Kyr::System::Rsc::ServiceManager;
 
 namespace {
 constexpr const char* permissionObjectPattern = "kyr.services.wbm/modules/Um/{}";
-constexpr std::size_t permissionObjectCapacity = 512;
 } // namespace
 
 UmWbmHandlerBase::UmWbmHandlerBase(bool isConfigurationProvider) : WbmRequestHandlerBase(isConfigurationProvider) {}
@@ -38,10 +37,8 @@ bool UmWbmHandlerBase::BaseServicesAvailable() const {
 }
 
 bool UmWbmHandlerBase::HasPermissionOnObject(const SecurityToken& token, const String& objectName) const {
-    const String fullName = Kyr::System::Commons::SafeFormat(permissionObjectPattern, objectName);
-    if (fullName.size() >= permissionObjectCapacity)
-        throw Kyr::System::Commons::ArgumentException::Create("arg", fullName, "Input string is too long");
-    const Kyr::System::Rsc::RscString<permissionObjectCapacity> object(fullName);
+    // A name of 512 characters or more does not fit: ArgumentException "Input string is too long".
+    const Kyr::System::Rsc::RscString<512> object(Kyr::System::Commons::SafeFormat(permissionObjectPattern, objectName));
     // The host asks only after IsAvailable, but a missing service must never let anybody in.
     if (!authorizationService) return false;
     return authorizationService->HasPermission(object, permissionRight, token);

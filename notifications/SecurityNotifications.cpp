@@ -26,7 +26,7 @@ SecurityNotifications::~SecurityNotifications() {
 }
 
 void SecurityNotifications::Dispose(Registration& registration) noexcept {
-    const String name = registration.GetName();
+    const String& name = registration.GetName(); // kept by Dispose
     try {
         registration.Dispose();
     } catch (const std::exception& error) {
