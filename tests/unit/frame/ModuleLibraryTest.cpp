@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "FrameSupport.h"
 #include "Kyr/System/Commons/Logging/LogManager.h"
-#include "LoadedModuleLibrary.h"
 
 namespace {
 
@@ -23,6 +23,10 @@ TEST(ModuleLibrary, OneObjectAndTheFirstDomainWins) {
     EXPECT_EQ(loaded.create(later), loaded.library);
     EXPECT_EQ(&Singleton<AppDomain>::GetInstance(), &loaded.hostDomain);
     EXPECT_EQ(LogManager::GetAppDomain(), &loaded.firstCallDomain);
+
+    EXPECT_EQ(loaded.factory->GetModuleNames(), std::vector<Kyr::String>{"Um"});
+    const auto first = loaded.factory->CreateModule("Um");
+    EXPECT_TRUE(first && first != loaded.factory->CreateModule("Um")) << "each module is a new object";
 }
 
 TEST(ModuleLibrary, ExportsNoSymbolOfItsOwnButTheEntry) {

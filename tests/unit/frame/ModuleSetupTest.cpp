@@ -1,14 +1,17 @@
 // SetupModule and ResetModule of the module "Um", made through the loaded library as a host does,
-// against a recording host: orders, refusals with their messages, and what a reset withdraws.
+// against a recording host: orders, refusals with their messages, and what a reset withdraws; and
+// the invalid-request notification sender that set-up creates and reset destroys.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
+#include "FrameSupport.h"
 #include "Kyr/System/Commons/Exceptions.h"
-#include "Kyr/System/Commons/Singleton.h"
-#include "LoadedModuleLibrary.h"
-#include "TempFile.h"
+#include "fakes/CapturingLogSink.h"
 #include "fakes/CapturingNotifications.h"
 #include "fakes/RecordingModuleHandler.h"
 #include "fakes/ScopedServices.h"
+#include "module/UmWbmModule.h"
 #include "notifications/SecurityNotifications.h"
 
 namespace {
@@ -17,9 +20,12 @@ using Kyr::String;
 using Kyr::Services::Commons::Wbm::Modules::ModuleInfo;
 using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
 using Kyr::System::Commons::Singleton;
+using Kyr::System::Nm::NotificationManager;
 using Kyr::Testing::RecordingModuleHandler;
 using Calls = std::vector<String>;
+using FrameTests::SettingsFile;
 
+const String notificationName = "Security.Kyr.Services.Wbm.Um.InvalidRequest";
 const Calls registrations = {
     "RegisterDataProvider:UserManagementInfoDp", "RegisterDataProvider:UserManagementDp",
     "RegisterDataProvider:LdapDp",               "RegisterDataProvider:SystemUseNotificationDp",
@@ -40,15 +46,16 @@ Calls operator+(Calls first, const Calls& second) {
     return first;
 }
 
+SettingsFile Settings(const char* ldapEnabled) {
+    return SettingsFile(String(R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled=")") + ldapEnabled + "\"/>");
+}
+
 class ModuleSetup : public testing::Test {
 protected:
-    ModuleInfo Info(const FrameTests::TempFile& file) const { return ModuleInfo(file.Path(), {{"k", "v"}}); }
-
     Kyr::Testing::CapturingNotifications notifications;
     Kyr::Testing::ScopedServices services;
     RecordingModuleHandler host;
-    FrameTests::TempFile settings{
-        FrameTests::SettingsDocument(R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled="true"/>)")};
+    SettingsFile settings = Settings("true");
     std::unique_ptr<Kyr::Services::Commons::Wbm::Modules::IWbmModule> module =
         FrameTests::LoadedModuleLibrary::Get().factory->CreateModule("Um");
 };
@@ -57,14 +64,19 @@ TEST_F(ModuleSetup, RegistersInOrderAndResetWithdrawsInItsOwnOrder) {
     module->ResetModule(host);  // before any set-up: nothing to withdraw
     EXPECT_TRUE(host.GetCalls().empty());
 
-    module->SetupModule(Info(settings), host);
+    module->SetupModule(ModuleInfo(settings.path, {{"k", "v"}}), host);
     EXPECT_EQ(host.GetCalls(), registrations + Calls{"RegisterModuleInfoEntry:k"});
     // A page is served by the same object as its data provider.
     EXPECT_EQ(dynamic_cast<void*>(host.GetPage("LdapConfiguration").get()), dynamic_cast<void*>(host.GetDataProvider("LdapDp").get()));
     for (const auto& [name, handler] : host.GetDataProviders()) EXPECT_TRUE(handler->IsAvailable()) << name;
 
+    SecurityNotifications* const sender = Singleton<SecurityNotifications>::TryGetInstance();
+    Kyr::Services::Modules::Wbm::Um::UmWbmModule().Init(settings.path);
+    EXPECT_TRUE(sender && Singleton<SecurityNotifications>::TryGetInstance() == sender) << "a later Init keeps the sender";
+
     module->ResetModule(host);
     EXPECT_EQ(Slice(host.GetCalls(), 7), withdrawals + Calls{"UnregisterModuleInfoEntry:k"});
+    EXPECT_FALSE(notifications.GetManager().IsRegistered(notificationName));
     try {
         Singleton<SecurityNotifications>::GetInstance().SendUserManagerInvalidRequest("x", "AddUser");
         ADD_FAILURE() << "the notification sender outlived the reset";
@@ -94,7 +106,7 @@ TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) 
         RecordingModuleHandler refusing;
         refusing.RefuseRegistration(c.refused);
         try {
-            module->SetupModule(ModuleInfo(settings.Path(), {}), refusing);
+            module->SetupModule(ModuleInfo(settings.path, {}), refusing);
             ADD_FAILURE() << c.refused << " refused without an exception";
         } catch (const Kyr::System::Commons::InvalidOperationException& error) {
             EXPECT_EQ(error.GetMessage(), c.message);
@@ -106,14 +118,38 @@ TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) 
 }
 
 TEST_F(ModuleSetup, LdapSwitchedOffLeavesProviderAndPageRegisteredButUnavailable) {
-    FrameTests::TempFile disabled(
-        FrameTests::SettingsDocument(R"(<UmWbmModuleSettings supportedLanguages="en" ldapEnabled="false"/>)"));
-    module->SetupModule(Info(disabled), host);
-    EXPECT_EQ(Slice(host.GetCalls(), 0, 6), registrations);
+    module->SetupModule(ModuleInfo(Settings("false").path, {}), host);
+    EXPECT_EQ(host.GetCalls(), registrations);
     EXPECT_FALSE(host.GetDataProvider("LdapDp")->IsAvailable());
     EXPECT_FALSE(host.GetPage("LdapConfiguration")->IsAvailable());
     EXPECT_TRUE(host.GetDataProvider("UserManagementDp")->IsAvailable());
     module->ResetModule(host);
+}
+
+TEST(SecurityNotifications, CarriesRequestAndFunctionVerbatim) {
+    Kyr::Testing::CapturingNotifications captured;
+    SecurityNotifications().SendUserManagerInvalidRequest("username=a{0}&x={1}", "SetUserPassword");  // data, not placeholders
+    const auto notifications = captured.GetNotifications();
+    ASSERT_EQ(notifications.size(), 1u);
+    const auto& n = notifications.front();
+    EXPECT_EQ(n.name + "|" + n.senderName + "|" + std::to_string(static_cast<int>(n.severity)), notificationName + "|WBM|3");
+    EXPECT_EQ(n.message, "Invalid Request. Request: username=a{0}&x={1}, Function: SetUserPassword");
+    EXPECT_EQ(n.info, (std::vector<std::pair<String, String>>{{"request", "username=a{0}&x={1}"}, {"function", "SetUserPassword"}}));
+}
+
+TEST(SecurityNotifications, NeedsAManagerAndOnlyLogsAFailedUnregistration) {
+    struct RefusingManager : NotificationManager {
+        void UnregisterNotification(Kyr::System::Nm::NotificationNameId) override { throw std::runtime_error("busy"); }
+    } manager;
+    Kyr::Testing::CapturingLogSink log;
+    Singleton<NotificationManager>::DestroyInstance();
+    EXPECT_THROW(SecurityNotifications(), Kyr::Exception);
+    Singleton<NotificationManager>::SetInstance(manager);
+    SecurityNotifications();
+    Singleton<NotificationManager>::DestroyInstance();
+    ASSERT_EQ(log.GetLines().size(), 1u);
+    EXPECT_EQ(log.GetLines()[0].text, "Caught exception while unregistering notificationName=" + notificationName + ": busy");
+    EXPECT_EQ(log.GetLines()[0].level, 3);
 }
 
 } // namespace
