@@ -43,12 +43,13 @@ TEST_F(OwnPassword, RefusalsAnswerTheirOwnTextAndLogTheReason) {
         {"newPassword=a&confirmNewPassword=a", false, "InvalidRequest", "Invalid Request"},
         {"currentPassword=x&confirmNewPassword=a", true, "InvalidRequest", "Invalid Request"},
         {"currentPassword=x&newPassword=a", true, "InvalidRequest", "Invalid Request"},
-        // The length of the current password is only looked at once the new ones match.
-        {"currentPassword=" + p128 + "&newPassword=a&confirmNewPassword=a", false, "Invalid Session", "Invalid Session"},
+        // The session before the confirmation; the current password's length only once both passed.
+        {"currentPassword=" + p128 + "&newPassword=a&confirmNewPassword=b", false, "Invalid Session", "Invalid Session"},
         {"currentPassword=" + p128 + "&newPassword=a&confirmNewPassword=a%20", true, "Passwords don't match!", "Passwords Mismatch!"},
     };
     EXPECT_CALL(*services.userManagement, ChangeUserPassword(_, _, _)).Times(0);
     for (const Case& c : cases) {
+        log.Clear();
         Session(c.alive);
         EXPECT_EQ(Call("ChangeCurrentUserPassword", c.query), R"({"error":true,"errorText":")" + c.errorText + R"(","result":false})");
         EXPECT_TRUE(log.Contains("Failed to change password of current user. " + c.logged, 3)) << c.query;
