@@ -7,8 +7,7 @@ namespace Kyr::Testing {
 using Kyr::System::Rsc::ServiceManager;
 
 namespace {
-constexpr ServiceKind allKinds[] = {ServiceKind::UserManagement, ServiceKind::UserManagerConfiguration, ServiceKind::Authorization,
-                                    ServiceKind::DeviceControl,  ServiceKind::TrustStore,               ServiceKind::SystemUseNotification};
+constexpr int kindCount = 6;
 } // namespace
 
 ScopedServices::ScopedServices(std::optional<ServiceKind> leftOut)
@@ -19,8 +18,10 @@ ScopedServices::ScopedServices(std::optional<ServiceKind> leftOut)
       trustStore(std::make_shared<testing::NiceMock<MockTrustStoreManagementService>>()),
       systemUseNotification(std::make_shared<testing::NiceMock<MockSystemUseNotificationService>>()) {
     ServiceManager::Clear();
-    for (ServiceKind kind : allKinds)
+    for (int index = 0; index < kindCount; ++index) {
+        const auto kind = static_cast<ServiceKind>(index);
         if (!leftOut || *leftOut != kind) ServiceManager::RegisterService(ServiceName(kind), ServiceOf(kind));
+    }
 }
 
 ScopedServices::~ScopedServices() { ServiceManager::Clear(); }
@@ -31,34 +32,22 @@ void ScopedServices::Publish(const String& serviceName, std::shared_ptr<Kyr::Sys
 
 void ScopedServices::Withdraw(ServiceKind kind) { ServiceManager::UnregisterService(ServiceName(kind)); }
 
+// Both tables follow the order of ServiceKind.
 const char* ScopedServices::ServiceName(ServiceKind kind) {
-    switch (kind) {
-    case ServiceKind::UserManagement:
-        return Kyr::System::Um::Services::UserManagementServiceProxyFactory::GetInstance().GetServiceName();
-    case ServiceKind::UserManagerConfiguration:
-        return Kyr::System::Um::Services::UserManagerConfigurationServiceProxyFactory::GetInstance().GetServiceName();
-    case ServiceKind::Authorization:
-        return Kyr::System::Acf::Services::AuthorizationServiceProxyFactory::GetInstance().GetServiceName();
-    case ServiceKind::DeviceControl:
-        return Kyr::Device::Interface::Services::DeviceControlServiceProxyFactory::GetInstance().GetServiceName();
-    case ServiceKind::TrustStore:
-        return Kyr::Services::SecurityStoreManager::TrustStoreManagementServiceProxyFactory::GetInstance().GetServiceName();
-    case ServiceKind::SystemUseNotification:
-        return Kyr::System::Commons::Services::SystemUseNotificationServiceProxyFactory::GetInstance().GetServiceName();
-    }
-    return "";
+    const Kyr::System::Rsc::IRscServiceProxyFactory* factories[kindCount] = {
+        &Kyr::System::Um::Services::UserManagementServiceProxyFactory::GetInstance(),
+        &Kyr::System::Um::Services::UserManagerConfigurationServiceProxyFactory::GetInstance(),
+        &Kyr::System::Acf::Services::AuthorizationServiceProxyFactory::GetInstance(),
+        &Kyr::Device::Interface::Services::DeviceControlServiceProxyFactory::GetInstance(),
+        &Kyr::Services::SecurityStoreManager::TrustStoreManagementServiceProxyFactory::GetInstance(),
+        &Kyr::System::Commons::Services::SystemUseNotificationServiceProxyFactory::GetInstance()};
+    return factories[static_cast<int>(kind)]->GetServiceName();
 }
 
 std::shared_ptr<Kyr::System::Rsc::IRscService> ScopedServices::ServiceOf(ServiceKind kind) const {
-    switch (kind) {
-    case ServiceKind::UserManagement: return userManagement;
-    case ServiceKind::UserManagerConfiguration: return userManagerConfiguration;
-    case ServiceKind::Authorization: return authorization;
-    case ServiceKind::DeviceControl: return deviceControl;
-    case ServiceKind::TrustStore: return trustStore;
-    case ServiceKind::SystemUseNotification: return systemUseNotification;
-    }
-    return nullptr;
+    const std::shared_ptr<Kyr::System::Rsc::IRscService> services[kindCount] = {
+        userManagement, userManagerConfiguration, authorization, deviceControl, trustStore, systemUseNotification};
+    return services[static_cast<int>(kind)];
 }
 
 } // namespace Kyr::Testing

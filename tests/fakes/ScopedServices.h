@@ -11,6 +11,7 @@
 
 namespace Kyr::Testing {
 
+// The tables in ScopedServices.cpp follow this order.
 enum class ServiceKind { UserManagement, UserManagerConfiguration, Authorization, DeviceControl, TrustStore, SystemUseNotification };
 
 class ScopedServices {

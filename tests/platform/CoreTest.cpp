@@ -6,11 +6,9 @@
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
 #include "Kyr/System/Commons/Singleton.h"
-#include "Kyr/System/Nm/Notifications.h"
 
 using Kyr::String;
 using namespace Kyr::System::Commons;
-using Kyr::System::Rsc::RscString;
 
 TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreWithoutCopying) {
     for (const std::size_t length : {0u, 7u, 8u, 20u}) {
@@ -26,25 +24,6 @@ TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreWithoutCopying) 
             EXPECT_EQ(error.GetValue().find('x'), String::npos) << "the refused text may be a password";
             EXPECT_STREQ(buffer, "keep me");
         }
-    }
-}
-
-TEST(RscStringTest, KeepsItsTextOnARefusedAssignmentAndStopsAtAZero) {
-    RscString<4> value("abc");
-    EXPECT_THROW(value.Assign("abcd"), ArgumentException);
-    EXPECT_EQ(value.ToString(), "abc");
-    EXPECT_EQ(RscString<8>(String("ab\0cd", 5)).ToString(), "ab");
-    EXPECT_EQ(RscString<4>("ab"), RscString<4>(String("ab")));
-    EXPECT_NE(RscString<4>("ab"), RscString<4>("abc"));
-}
-
-TEST(SingletonTest, MissingInstanceNamesTheFullType) {
-    Singleton<Kyr::System::Nm::NotificationManager>::DestroyInstance();
-    try {
-        Singleton<Kyr::System::Nm::NotificationManager>::GetInstance();
-        FAIL() << "expected an exception";
-    } catch (const Exception& error) {
-        EXPECT_STREQ(error.what(), "Singleton instance of type 'Kyr::System::Nm::NotificationManager' was not created yet!");
     }
 }
 

@@ -37,17 +37,12 @@ void ExpectRefused(const String& text) {
 
 } // namespace
 
-TEST(EnumTextTest, NamesRoundTripAndOtherTextSetsTheFailBit) {
+TEST(EnumTextTest, NamesRoundTripOtherTextSetsTheFailBitUnknownValuesPrintTheirNumber) {
     ExpectEveryValueRoundTrips<UserManagerConfigError>(18);
     ExpectEveryValueRoundTrips<UserPasswordState>(4);
     ExpectEveryValueRoundTrips<PasswordPolicyInterval>(4);
     ExpectEveryValueRoundTrips<FileSystemError>(7);
     for (const String text : {"day", "Days", "1", ""}) ExpectRefused<PasswordPolicyInterval>(text);
     ExpectRefused<UserManagerConfigError>("noerror");
-}
-
-TEST(EnumTextTest, FormatPrintsTheNameOrTheNumberOfAnUnknownValue) {
-    EXPECT_EQ(fmt::format("{0} {1} {2}", UserManagerConfigError::NoError, PasswordPolicyInterval::Day, UserPasswordState::Expired),
-              "NoError Day Expired");
-    EXPECT_EQ(fmt::format("{}", static_cast<UserManagerConfigError>(77)), "77");
+    EXPECT_EQ(fmt::format("{0} {1}", UserManagerConfigError::NoError, static_cast<UserManagerConfigError>(77)), "NoError 77");
 }

@@ -98,16 +98,13 @@ TEST(RemotingTest, EachFieldIsItsTagAndRawBytesInFieldOrderAndReadsBack) {
 }
 
 TEST(RemotingTest, MismatchedOrShortDataIsRefused) {
-    const Bytes bytes = Serialized(SampleRuleset());
-    Bytes truncated(bytes.begin(), bytes.end() - 1);
-    Bytes wrongCount = bytes;
-    wrongCount[16] = 14; // the password policy marker claims 14 fields
-    Bytes wrongTag = bytes;
-    wrongTag[0] = 9;
-    Bytes overCapacity = bytes;
-    overCapacity[6] = 128; // name length 128 in a capacity of 128
-    for (const Bytes& broken : {truncated, wrongCount, wrongTag, overCapacity}) {
-        RemotingReader reader(broken);
+    std::vector<Bytes> broken(4, Serialized(SampleRuleset()));
+    broken[0].pop_back();  // cut short
+    broken[1][0] = 9;      // a number's tag where the name's string tag belongs
+    broken[2][16] = 14;    // the password policy marker claims 14 fields
+    broken[3][6] = 128;    // a name of 128 bytes in a capacity of 128
+    for (const Bytes& bytes : broken) {
+        RemotingReader reader(bytes);
         Roleruleset copy;
         EXPECT_THROW(copy.Deserialize(reader), InvalidOperationException);
     }

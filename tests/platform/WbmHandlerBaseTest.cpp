@@ -10,7 +10,6 @@ using namespace Kyr::Services::Commons::Wbm::Messages;
 using namespace Kyr::Services::Commons::Wbm::Modules;
 using Kyr::Testing::ScopedServices;
 using Kyr::Testing::ServiceKind;
-using testing::_;
 using testing::Return;
 
 namespace {
@@ -34,14 +33,8 @@ String Call(WbmRequestHandlerBase& handler, const String& functionName) {
 TEST(WbmRequestHandlerBaseTest, DispatchesByFunctionNameAndRefusesUnknownNames) {
     EchoHandler handler(false);
     EXPECT_EQ(handler.GetRequestFunctionNames(), (std::vector<String>{"First", "Second"}));
-    EXPECT_EQ(Call(handler, "First"), "First2") << "a second registration replaces the first";
-    EXPECT_EQ(Call(handler, "Second"), "Second1");
-    try {
-        Call(handler, "second");
-        FAIL() << "expected an exception";
-    } catch (const Kyr::System::Commons::InvalidOperationException& error) {
-        EXPECT_STREQ(error.what(), "Unknown request function 'second'");
-    }
+    EXPECT_EQ(Call(handler, "First") + Call(handler, "Second"), "First2Second1") << "a second registration replaces the first";
+    EXPECT_THROW(Call(handler, "second"), Kyr::System::Commons::InvalidOperationException);
 }
 
 TEST(WbmRequestHandlerBaseTest, DefaultPermissionRuleAsksTheAuthorizationService) {
@@ -86,10 +79,6 @@ TEST(WbmRequestHandlerBaseTest, ServiceOfTheWrongTypeIsAnInvalidCast) {
 }
 
 TEST(WbmPageHandlerBaseTest, DefaultPageIsHiddenFromEverybody) {
-    struct Open : WbmPageHandlerBase {
-        bool HasPermissions(const SecurityToken& token) const override { return !token.IsAnonymous(); }
-    };
+    EXPECT_FALSE(WbmPageHandlerBase().HasPermissions(SecurityToken("s1")));
     EXPECT_EQ(WbmPageHandlerBase().GetVisibilityAttribute(SecurityToken("s1")), "hidden");
-    EXPECT_EQ(Open().GetVisibilityAttribute(SecurityToken("s1")), "visible");
-    EXPECT_EQ(Open().GetVisibilityAttribute(SecurityToken()), "hidden");
 }
