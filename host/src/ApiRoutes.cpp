@@ -146,6 +146,8 @@ void ModuleFunction(HostContext& context, const httplib::Request& request, httpl
         return Answer(response, 403, ErrorBody("No permission"));
     }
 
+    if (JsonNestedTooDeeply(request.body, 32)) return Answer(response, 400, ErrorBody("Request data nested too deeply"));
+
     try {
         Messages::WbmRequest wbmRequest(function, token, Messages::RequestData(request.body),
                                         Messages::RequestParams(Messages::RequestQuery(RawQuery(request))));

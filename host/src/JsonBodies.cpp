@@ -1,6 +1,7 @@
 #include "JsonBodies.h"
 
 #include <rapidjson/document.h>
+#include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -86,7 +87,7 @@ Kyr::String LinesBody(const std::vector<Kyr::String>& lines) {
 
 std::optional<Credentials> ParseLoginBody(const Kyr::String& body) {
     rapidjson::Document document;
-    document.Parse(body.data(), body.size());
+    document.Parse<rapidjson::kParseIterativeFlag>(body.data(), body.size());
     if (document.HasParseError() || !document.IsObject()) return std::nullopt;
     auto user = document.FindMember("username");
     auto password = document.FindMember("password");
@@ -99,7 +100,7 @@ std::optional<Credentials> ParseLoginBody(const Kyr::String& body) {
 
 std::optional<std::vector<Kyr::String>> ParseNotificationLines(const Kyr::String& moduleAnswer) {
     rapidjson::Document document;
-    document.Parse(moduleAnswer.data(), moduleAnswer.size());
+    document.Parse<rapidjson::kParseIterativeFlag>(moduleAnswer.data(), moduleAnswer.size());
     if (document.HasParseError() || !document.IsObject()) return std::nullopt;
     auto error = document.FindMember("error");
     if (error != document.MemberEnd() && error->value.IsBool() && error->value.GetBool()) return std::nullopt;
@@ -111,6 +112,29 @@ std::optional<std::vector<Kyr::String>> ParseNotificationLines(const Kyr::String
     for (const auto& line : lines->value.GetArray())
         if (line.IsString()) texts.emplace_back(line.GetString(), line.GetStringLength());
     return texts;
+}
+
+namespace {
+// Counts the open arrays and objects; stops the parse once they go deeper than allowed.
+struct DepthLimit : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthLimit> {
+    explicit DepthLimit(unsigned maxDepth) : maxDepth(maxDepth) {}
+    bool Open() { return ++depth <= maxDepth; }
+    bool Close() { return --depth, true; }
+    bool StartObject() { return Open(); }
+    bool EndObject(rapidjson::SizeType) { return Close(); }
+    bool StartArray() { return Open(); }
+    bool EndArray(rapidjson::SizeType) { return Close(); }
+    unsigned maxDepth;
+    unsigned depth = 0;
+};
+} // namespace
+
+bool JsonNestedTooDeeply(const Kyr::String& body, unsigned maxDepth) {
+    DepthLimit limit(maxDepth);
+    rapidjson::Reader reader;
+    rapidjson::MemoryStream stream(body.data(), body.size());
+    reader.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseStopWhenDoneFlag>(stream, limit);
+    return limit.depth > maxDepth;
 }
 
 } // namespace Kyr::WbmHost

@@ -26,4 +26,8 @@ std::optional<Credentials> ParseLoginBody(const Kyr::String& body);
 // ({"error":false,...,"result":{"SystemUseNotification":[...]}}); nothing when it is an error.
 std::optional<std::vector<Kyr::String>> ParseNotificationLines(const Kyr::String& moduleAnswer);
 
+// Whether `body` opens JSON arrays or objects more than `maxDepth` deep before it ends or stops being
+// JSON. Such a body would exhaust the stack of the module's recursive JSON parsers.
+bool JsonNestedTooDeeply(const Kyr::String& body, unsigned maxDepth);
+
 } // namespace Kyr::WbmHost
