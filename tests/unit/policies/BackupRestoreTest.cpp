@@ -1,8 +1,6 @@
 // The set-up backup of the three policy areas and its restore after a failing set-request.
 #include "PolicyTestSupport.h"
 
-#include <functional>
-
 namespace {
 
 using namespace testing;
@@ -35,7 +33,7 @@ TEST_F(BackupRestore, FailingRequestPutsBackEveryChangedAreaOnceInFixedOrder) {
         InSequence order;
         // A refused block list is still sent, as an empty list, and then restored with the rest.
         EXPECT_CALL(config, SetActivePasswordsBlockList(IsEmpty()));
-        EXPECT_CALL(config, SetSessionPolicyParameter(HasInitialTimeout(setupTimeout)));
+        EXPECT_CALL(config, SetSessionPolicyParameter(IsSessionPolicy(setupTimeout)));
         EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(setupBlockList)));
         EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", setupAdminMinChars)));
         EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", setupDefaultMinChars)));
@@ -50,82 +48,65 @@ TEST_F(BackupRestore, FailingRequestPutsBackEveryChangedAreaOnceInFixedOrder) {
     EXPECT_EQ(Call("SetSessionPolicyConfig", refusedSession), Answer(true, "Invalid Request!", "false"));
 }
 
-TEST_F(BackupRestore, FailedSetClearsItsOwnFlagOnly) {
+TEST_F(BackupRestore, FailedSetRestoresTheOtherChangesAndClearsItsOwnFlag) {
     handler.InitializeBackups();
-    ASSERT_EQ(Call("SetSessionPolicyConfig", SessionPolicyBody(500)), Answer(false, "", "true"));
-    EXPECT_CALL(config, SetActivePasswordsBlockList(_)).WillOnce(Return(Error::InvalidBlockListEntry));
-    EXPECT_CALL(config, SetSessionPolicyParameter(HasInitialTimeout(setupTimeout)));
-    EXPECT_EQ(Call("SetPasswordBlockList", R"({"passwordsBlockList":["x"]})"), Answer(true, "InvalidBlockListEntry", "false"));
-}
-
-TEST_F(BackupRestore, FailedDefaultRulesetPutsTheAdminRulesetBack) {
-    handler.InitializeBackups();
+    ChangeEverything();
+    defaultWrite = Error::WarningDaysNotBelowExpirationDays;
     InSequence order;
     EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", 50)));
-    EXPECT_CALL(config, SetDefaultRoleRuleset(_)).WillOnce(Return(Error::WarningDaysNotBelowExpirationDays));
+    EXPECT_CALL(config, SetDefaultRoleRuleset(_)); // fails, so the default ruleset is not put back
+    EXPECT_CALL(config, SetSessionPolicyParameter(IsSessionPolicy(setupTimeout)));
+    EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(setupBlockList)));
     EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", setupAdminMinChars)));
     EXPECT_EQ(Call("SetPasswordRoleRulesets", newRulesets), Answer(true, "WarningDaysNotBelowExpirationDays", "false"));
+    EXPECT_TRUE(log.Contains("Failed to set default password role ruleset. Error: WarningDaysNotBelowExpirationDays", 3));
 }
 
 TEST_F(BackupRestore, BackupErrorRefusesEveryRestoreAndIsNotRetried) {
-    struct Case {
-        std::function<void()> breakStep; // empty: the service was not there at set-up
-        String logged;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::pair<Error*, String>> cases = { // the step made to fail (none: no service at set-up), its line
         {nullptr, "Failed to backup user manager configuration!"},
-        {[&] { ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(Return(Error::DatabaseError)); },
-         "Failed to backup Session Policy Parameter with error: DatabaseError"},
-        // The getter's log line, shared.
-        {[&] { ON_CALL(config, GetActiveDefaultRoleRuleset(_)).WillByDefault(Return(Error::NotFound)); },
-         "Failed to get active default role ruleset: Error: NotFound"},
+        {&sessionRead, "Failed to backup Session Policy Parameter with error: DatabaseError"},
+        {&defaultRead, "Failed to get active default role ruleset: Error: DatabaseError"}, // the getter's line, shared
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.logged);
+    for (const auto& [failing, logged] : cases) {
+        SCOPED_TRACE(logged);
         UmHandler fresh;
-        if (c.breakStep) {
-            fresh.SubscribeServices();
-            c.breakStep();
-        }
+        if (failing) fresh.SubscribeServices(), *failing = Error::DatabaseError;
         fresh.InitializeBackups();
-        EXPECT_TRUE(log.Contains(c.logged, 3));
+        EXPECT_TRUE(log.Contains(logged, 3));
         EXPECT_TRUE(log.Contains("Failed to backup user manager configuration!", 3));
 
-        Mock::VerifyAndClear(&config); // the service is healthy again
+        if (failing) *failing = Error::NoError; // the service is healthy again
         fresh.SubscribeServices();
         EXPECT_CALL(config, GetSessionPolicyParameter(_)).Times(0);
         fresh.InitializeBackups();
         EXPECT_EQ(CallOn(fresh, "SetSessionPolicyConfig", SessionPolicyBody(500)), Answer(false, "", "true"));
-        log.Clear();
         ExpectNoSet();
+        log.Clear();
+        // The refused restore keeps the flag.
         EXPECT_EQ(CallOn(fresh, "SetSessionPolicyConfig", refusedSession), Answer(true, "Invalid Request!", "true"));
         EXPECT_TRUE(log.Contains("Failed to restore UM config backup. a backup error was occurred", 3));
         Mock::VerifyAndClearExpectations(&config);
     }
 }
 
-TEST_F(BackupRestore, AdminRulesetOfAnotherNameIsRestoredAsAnEmptyRuleset) {
+// A second set-up replaces the session policy and block list backups, but the rulesets are only
+// appended, so the first pair found by name wins; an admin ruleset not named "admin" is never found.
+TEST_F(BackupRestore, SecondSetupAndRulesetsNotFoundByName) {
     ON_CALL(config, GetActiveAdminRoleRuleset(_)).WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("administrators", 9)), Return(Error::NoError)));
     handler.InitializeBackups();
-    ASSERT_EQ(Call("SetPasswordRoleRulesets", newRulesets), Answer(false, "", "true"));
-    EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("", 0)));
-    EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", setupDefaultMinChars)));
-    Call("SetSessionPolicyConfig", refusedSession);
-}
-
-TEST_F(BackupRestore, SecondSetupReplacesSessionPolicyAndBlockListButTheFirstRulesetsWin) {
-    handler.InitializeBackups();
-    Kyr::System::Um::Services::Internal::SessionPolicyParameter session;
+    SessionPolicyParameter session;
     session.timeoutInitialSeconds = 222;
     ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(DoAll(SetArgReferee<0>(session), Return(Error::NoError)));
     ON_CALL(config, GetActivePasswordsBlockList(_)).WillByDefault(DoAll(SetArgReferee<0>(BlockList{"second"}), Return(Error::NoError)));
-    ON_CALL(config, GetActiveAdminRoleRuleset(_)).WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("admin", 77)), Return(Error::NoError)));
+    ON_CALL(config, GetActiveDefaultRoleRuleset(_)).WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("default", 66)), Return(Error::NoError)));
     handler.InitializeBackups();
     ChangeEverything();
 
-    EXPECT_CALL(config, SetSessionPolicyParameter(HasInitialTimeout(222)));
+    EXPECT_CALL(config, SetSessionPolicyParameter(Field(&SessionPolicyParameter::timeoutInitialSeconds, 222u)));
     EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(std::vector<String>{"second"})));
-    EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", setupAdminMinChars)));
+    EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("", 0)));
+    EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", setupDefaultMinChars)));
     Call("SetSessionPolicyConfig", refusedSession);
 }
 

@@ -1,10 +1,8 @@
 #pragma once
-// A UmHandler wired to service mocks whose getters answer a known set-up state, with captured log
-// lines and notifications; and the JSON bodies the policy tests send.
+// A UmHandler wired to a configuration service mock whose getters answer a known set-up state (and
+// whose results the tests can turn into failures), with captured log lines and notifications; and
+// the JSON bodies the policy tests send.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <vector>
 
 #include "Kyr/System/Commons/Singleton.h"
 #include "fakes/CapturingLogSink.h"
@@ -20,8 +18,8 @@ using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
 using Kyr::Services::Modules::Wbm::Um::Internal::UmHandler;
 using Kyr::System::Um::Services::UserManagerConfigError;
 using Kyr::System::Um::Services::Internal::Roleruleset;
+using Kyr::System::Um::Services::Internal::SessionPolicyParameter;
 using BlockList = std::vector<Kyr::System::Rsc::RscString<128>>;
-using MockConfigService = testing::NiceMock<Kyr::Testing::MockUserManagerConfigurationService>;
 
 // `text` with its first `from` replaced by `to`.
 inline String Replace(String text, const String& from, const String& to) {
@@ -45,21 +43,26 @@ inline String RulesetsBody(std::initializer_list<String> rulesets) {
     return R"({"passwordRoleRulesets":[)" + body + "]}";
 }
 
-inline String SessionPolicyBody(std::uint32_t timeoutInitialSeconds) {
-    return R"({"sessionPolicyParameter":{"timeoutInitialSeconds":)" + std::to_string(timeoutInitialSeconds) +
+// The other fields are 1, 2, 3, 4 and true, so that a swapped key shows.
+inline String SessionPolicyFields(std::uint32_t timeoutInitialSeconds) {
+    return R"({"timeoutInitialSeconds":)" + std::to_string(timeoutInitialSeconds) +
            R"(,"timeoutIncrementSeconds":1,"timeoutMaximumSeconds":2,"maxConcurrentSessionsCount":3,)"
-           R"("maxSessionTimeMinutes":4,"issueTimeoutToAdminUsers":false}})";
+           R"("maxSessionTimeMinutes":4,"issueTimeoutToAdminUsers":true})";
 }
+inline String SessionPolicyBody(std::uint32_t timeout) { return R"({"sessionPolicyParameter":)" + SessionPolicyFields(timeout) + "}"; }
 
 inline String Answer(bool error, const String& errorText, const String& result) {
     return String(R"({"error":)") + (error ? "true" : "false") + R"(,"errorText":")" + errorText + R"(","result":)" + result + "}";
 }
 
-// Rulesets and session policies are told apart by one distinctive number.
+// Rulesets are told apart by one distinctive number.
 MATCHER_P2(IsRuleset, name, minCharCount, "") {
     return arg.roleRulesetName.ToString() == name && arg.passwordPolicy.minCharCount == std::uint32_t(minCharCount);
 }
-MATCHER_P(HasInitialTimeout, seconds, "") { return arg.timeoutInitialSeconds == std::uint32_t(seconds); }
+MATCHER_P(IsSessionPolicy, timeout, "") {
+    return arg.timeoutInitialSeconds == std::uint32_t(timeout) && arg.timeoutIncrementSeconds == 1 && arg.timeoutMaximumSeconds == 2 &&
+           arg.maxConcurrentSessionsCount == 3 && arg.maxSessionTimeMinutes == 4 && arg.issueTimeoutToAdminUsers;
+}
 MATCHER_P(HoldsEntries, entries, "") {
     std::vector<String> texts;
     for (const auto& entry : arg) texts.push_back(entry.ToString());
@@ -68,8 +71,7 @@ MATCHER_P(HoldsEntries, entries, "") {
 
 inline Roleruleset MakeRuleset(const char* name, std::uint32_t minCharCount) {
     Roleruleset ruleset;
-    ruleset.roleRulesetName = name;
-    ruleset.passwordPolicy.minCharCount = minCharCount;
+    ruleset.roleRulesetName = name, ruleset.passwordPolicy.minCharCount = minCharCount;
     return ruleset;
 }
 
@@ -77,26 +79,34 @@ struct PolicyHandler : testing::Test {
     // The service's state when the module is set up.
     static constexpr std::uint32_t setupTimeout = 111, setupAdminMinChars = 8, setupDefaultMinChars = 6;
     const std::vector<String> setupBlockList{"setup-1", "setup-2"};
+    // What the service's operations answer; the getters fill their argument also on failure.
+    UserManagerConfigError sessionRead{}, blockListRead{}, adminRead{}, defaultRead{};
+    UserManagerConfigError sessionWrite{}, blockListWrite{}, adminWrite{}, defaultWrite{};
 
     Kyr::Testing::CapturingLogSink log;
     Kyr::Testing::CapturingNotifications notifications;
     Kyr::Testing::ScopedServices services;
     UmHandler handler;
-    MockConfigService& config = *services.userManagerConfiguration;
+    testing::NiceMock<Kyr::Testing::MockUserManagerConfigurationService>& config = *services.userManagerConfiguration;
 
     PolicyHandler() {
         using namespace testing;
         Kyr::System::Commons::Singleton<SecurityNotifications>::CreateInstance();
         handler.SubscribeServices();
-        const auto ok = Return(UserManagerConfigError::NoError);
-        Kyr::System::Um::Services::Internal::SessionPolicyParameter session;
-        session.timeoutInitialSeconds = setupTimeout;
-        ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(DoAll(SetArgReferee<0>(session), ok));
+        SessionPolicyParameter session{};
+        session.timeoutInitialSeconds = setupTimeout, session.timeoutIncrementSeconds = 1, session.timeoutMaximumSeconds = 2;
+        session.maxConcurrentSessionsCount = 3, session.maxSessionTimeMinutes = 4, session.issueTimeoutToAdminUsers = true;
+        ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(DoAll(SetArgReferee<0>(session), ReturnPointee(&sessionRead)));
         ON_CALL(config, GetActivePasswordsBlockList(_))
-            .WillByDefault(DoAll(SetArgReferee<0>(BlockList(setupBlockList.begin(), setupBlockList.end())), ok));
-        ON_CALL(config, GetActiveAdminRoleRuleset(_)).WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("admin", setupAdminMinChars)), ok));
+            .WillByDefault(DoAll(SetArgReferee<0>(BlockList(setupBlockList.begin(), setupBlockList.end())), ReturnPointee(&blockListRead)));
+        ON_CALL(config, GetActiveAdminRoleRuleset(_))
+            .WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("admin", setupAdminMinChars)), ReturnPointee(&adminRead)));
         ON_CALL(config, GetActiveDefaultRoleRuleset(_))
-            .WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("default", setupDefaultMinChars)), ok));
+            .WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("default", setupDefaultMinChars)), ReturnPointee(&defaultRead)));
+        ON_CALL(config, SetSessionPolicyParameter(_)).WillByDefault(ReturnPointee(&sessionWrite));
+        ON_CALL(config, SetActivePasswordsBlockList(_)).WillByDefault(ReturnPointee(&blockListWrite));
+        ON_CALL(config, SetAdminRoleRuleset(_)).WillByDefault(ReturnPointee(&adminWrite));
+        ON_CALL(config, SetDefaultRoleRuleset(_)).WillByDefault(ReturnPointee(&defaultWrite));
     }
     ~PolicyHandler() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
 
@@ -106,12 +116,11 @@ struct PolicyHandler : testing::Test {
     }
     String Call(const String& function, const String& body = String()) { return CallOn(handler, function, body); }
 
-    // The invalid-request notifications sent so far, as (request, function).
-    std::vector<std::pair<String, String>> InvalidRequests() const {
-        std::vector<std::pair<String, String>> sent;
-        for (const auto& notification : notifications.GetNotifications())
-            sent.emplace_back(notification.InfoValue("request"), notification.InfoValue("function"));
-        return sent;
+    // The invalid-request notifications sent so far, as "request/function;" each.
+    String Notified() const {
+        String all;
+        for (const auto& sent : notifications.GetNotifications()) all += sent.InfoValue("request") + "/" + sent.InfoValue("function") + ";";
+        return all;
     }
 };
 
