@@ -1,6 +1,6 @@
 #include "config/PasswordRulesConfig.h"
 
-#include <exception>
+#include <utility>
 
 #include "Kyr/System/Commons/Exceptions.h"
 
@@ -22,10 +22,7 @@ const PasswordRuleset* PasswordRulesConfig::Find(const String& name) const {
 bool PasswordRulesConfig::GetRscRoleRuleSet(const String& name, Roleruleset& ruleset) const {
     const PasswordRuleset* found = Find(name);
     if (found == nullptr) return false;
-    const Roleruleset& source = found->GetRoleruleset();
-    ruleset.roleRulesetName = source.roleRulesetName;
-    ruleset.passwordPolicy = source.passwordPolicy;
-    ruleset.expirationPolicy = source.expirationPolicy;
+    ruleset = found->GetRoleruleset();
     return true;
 }
 
@@ -63,7 +60,7 @@ bool PasswordRulesConfig::ParseJson(const String& json) {
             }
             PasswordRuleset ruleset;
             ruleset.ParseJson(element);
-            rulesets.push_back(ruleset);
+            rulesets.push_back(std::move(ruleset));
         }
     } catch (const ParseException& error) {
         LogError("Failed to parse rulesets JSON Array. Error: {0}", error.GetMessage());
