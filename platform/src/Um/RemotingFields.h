@@ -1,7 +1,8 @@
 #pragma once
 // Field helpers shared by the user-manager structs' wire forms: every field is its tag and its raw
-// bytes; a string carries its capacity.
+// bytes (an enumeration travels as tag 8 and 32 bits); a string carries its capacity.
 #include <cstdint>
+#include <type_traits>
 
 #include "Kyr/System/Commons/RscString.h"
 #include "Kyr/System/Rsc/Remoting.h"
@@ -43,14 +44,14 @@ inline void Read(RemotingReader& reader, std::uint64_t& value) {
     reader.ReadDataInternal(&value, sizeof value);
 }
 
-template <class TEnum>
-void WriteEnum(RemotingWriter& writer, TEnum value) {
+template <class TEnum, std::enable_if_t<std::is_enum_v<TEnum>, int> = 0>
+void Write(RemotingWriter& writer, TEnum value) {
     const auto raw = static_cast<std::uint32_t>(value);
     writer.WriteTag(RscType::Enum);
     writer.WriteDataInternal(&raw, sizeof raw);
 }
-template <class TEnum>
-void ReadEnum(RemotingReader& reader, TEnum& value) {
+template <class TEnum, std::enable_if_t<std::is_enum_v<TEnum>, int> = 0>
+void Read(RemotingReader& reader, TEnum& value) {
     std::uint32_t raw = 0;
     reader.ReadTag(RscType::Enum);
     reader.ReadDataInternal(&raw, sizeof raw);
@@ -65,5 +66,18 @@ template <std::size_t N>
 void Read(RemotingReader& reader, Kyr::System::Rsc::RscString<N>& value) {
     reader.ReadStringInternal(value.GetBuffer(), N, RscStringEncoding::Utf8, true);
 }
+
+// Visitors that write or read one field; a struct lists its fields once and hands either visitor
+// to that list, so that reading mirrors writing by construction.
+struct Writing {
+    RemotingWriter& writer;
+    template <class TField>
+    void operator()(const TField& field) const { Write(writer, field); }
+};
+struct Reading {
+    RemotingReader& reader;
+    template <class TField>
+    void operator()(TField& field) const { Read(reader, field); }
+};
 
 } // namespace Kyr::System::Um::Services::Internal::Wire

@@ -7,56 +7,69 @@ namespace Kyr::System::Um::Services::Internal {
 using Kyr::System::Rsc::RemotingReader;
 using Kyr::System::Rsc::RemotingWriter;
 
-void PasswordPolicyParameter::Serialize(RemotingWriter& writer) const {
-    Wire::Write(writer, allowedASCIISymbols);
-    Wire::Write(writer, reusedGenerationCount);
-    Wire::Write(writer, allowedPasswordChanges);
-    Wire::WriteEnum(writer, intervalType);
-    Wire::Write(writer, intervalCount);
-    Wire::Write(writer, blockUsername);
-    Wire::Write(writer, blockReusedPasswords);
-    Wire::Write(writer, checkBlockList);
-    Wire::Write(writer, checkPwChangableInterval);
-    Wire::Write(writer, minCharCount);
-    Wire::Write(writer, minASCIICount);
-    Wire::Write(writer, minMixedCharCount);
-    Wire::Write(writer, minNumberCount);
-    Wire::Write(writer, minSymbolCount);
-    Wire::Write(writer, minUnicodeCount);
+namespace {
+
+// Each list names the fields of one struct in wire order; `Self` is the struct, const or not.
+template <class Self, class Visit>
+void PasswordPolicyFields(Self& p, Visit visit) {
+    visit(p.allowedASCIISymbols);
+    visit(p.reusedGenerationCount);
+    visit(p.allowedPasswordChanges);
+    visit(p.intervalType);
+    visit(p.intervalCount);
+    visit(p.blockUsername);
+    visit(p.blockReusedPasswords);
+    visit(p.checkBlockList);
+    visit(p.checkPwChangableInterval);
+    visit(p.minCharCount);
+    visit(p.minASCIICount);
+    visit(p.minMixedCharCount);
+    visit(p.minNumberCount);
+    visit(p.minSymbolCount);
+    visit(p.minUnicodeCount);
 }
 
-void PasswordPolicyParameter::Deserialize(RemotingReader& reader) {
-    Wire::Read(reader, allowedASCIISymbols);
-    Wire::Read(reader, reusedGenerationCount);
-    Wire::Read(reader, allowedPasswordChanges);
-    Wire::ReadEnum(reader, intervalType);
-    Wire::Read(reader, intervalCount);
-    Wire::Read(reader, blockUsername);
-    Wire::Read(reader, blockReusedPasswords);
-    Wire::Read(reader, checkBlockList);
-    Wire::Read(reader, checkPwChangableInterval);
-    Wire::Read(reader, minCharCount);
-    Wire::Read(reader, minASCIICount);
-    Wire::Read(reader, minMixedCharCount);
-    Wire::Read(reader, minNumberCount);
-    Wire::Read(reader, minSymbolCount);
-    Wire::Read(reader, minUnicodeCount);
+template <class Self, class Visit>
+void ExpirationPolicyFields(Self& p, Visit visit) {
+    visit(p.policyActive);
+    visit(p.lockUserActive);
+    visit(p.daysToExpiration);
+    visit(p.daysToWarning);
 }
 
-void ExpirationPolicyParameter::Serialize(RemotingWriter& writer) const {
-    Wire::Write(writer, policyActive);
-    Wire::Write(writer, lockUserActive);
-    Wire::Write(writer, daysToExpiration);
-    Wire::Write(writer, daysToWarning);
+template <class Self, class Visit>
+void SessionPolicyFields(Self& p, Visit visit) {
+    visit(p.timeoutInitialSeconds);
+    visit(p.timeoutIncrementSeconds);
+    visit(p.timeoutMaximumSeconds);
+    visit(p.maxConcurrentSessionsCount);
+    visit(p.maxSessionTimeMinutes);
+    visit(p.issueTimeoutToAdminUsers);
 }
 
-void ExpirationPolicyParameter::Deserialize(RemotingReader& reader) {
-    Wire::Read(reader, policyActive);
-    Wire::Read(reader, lockUserActive);
-    Wire::Read(reader, daysToExpiration);
-    Wire::Read(reader, daysToWarning);
+template <class Self, class Visit>
+void PasswordInfoFields(Self& p, Visit visit) {
+    visit(p.passwordState);
+    visit(p.timeToExpire);
+    visit(p.userName);
+    visit(p.isUsingInitialPassword);
 }
 
+} // namespace
+
+void PasswordPolicyParameter::Serialize(RemotingWriter& writer) const { PasswordPolicyFields(*this, Wire::Writing{writer}); }
+void PasswordPolicyParameter::Deserialize(RemotingReader& reader) { PasswordPolicyFields(*this, Wire::Reading{reader}); }
+
+void ExpirationPolicyParameter::Serialize(RemotingWriter& writer) const { ExpirationPolicyFields(*this, Wire::Writing{writer}); }
+void ExpirationPolicyParameter::Deserialize(RemotingReader& reader) { ExpirationPolicyFields(*this, Wire::Reading{reader}); }
+
+void SessionPolicyParameter::Serialize(RemotingWriter& writer) const { SessionPolicyFields(*this, Wire::Writing{writer}); }
+void SessionPolicyParameter::Deserialize(RemotingReader& reader) { SessionPolicyFields(*this, Wire::Reading{reader}); }
+
+void UserPasswordInfo::Serialize(RemotingWriter& writer) const { PasswordInfoFields(*this, Wire::Writing{writer}); }
+void UserPasswordInfo::Deserialize(RemotingReader& reader) { PasswordInfoFields(*this, Wire::Reading{reader}); }
+
+// The nested structs travel each behind a begin-struct marker with its field count.
 void Roleruleset::Serialize(RemotingWriter& writer) const {
     Wire::Write(writer, roleRulesetName);
     writer.WriteBeginStruct(PasswordPolicyParameter::FieldCount);
@@ -71,38 +84,6 @@ void Roleruleset::Deserialize(RemotingReader& reader) {
     passwordPolicy.Deserialize(reader);
     reader.ReadBeginStruct(ExpirationPolicyParameter::FieldCount);
     expirationPolicy.Deserialize(reader);
-}
-
-void SessionPolicyParameter::Serialize(RemotingWriter& writer) const {
-    Wire::Write(writer, timeoutInitialSeconds);
-    Wire::Write(writer, timeoutIncrementSeconds);
-    Wire::Write(writer, timeoutMaximumSeconds);
-    Wire::Write(writer, maxConcurrentSessionsCount);
-    Wire::Write(writer, maxSessionTimeMinutes);
-    Wire::Write(writer, issueTimeoutToAdminUsers);
-}
-
-void SessionPolicyParameter::Deserialize(RemotingReader& reader) {
-    Wire::Read(reader, timeoutInitialSeconds);
-    Wire::Read(reader, timeoutIncrementSeconds);
-    Wire::Read(reader, timeoutMaximumSeconds);
-    Wire::Read(reader, maxConcurrentSessionsCount);
-    Wire::Read(reader, maxSessionTimeMinutes);
-    Wire::Read(reader, issueTimeoutToAdminUsers);
-}
-
-void UserPasswordInfo::Serialize(RemotingWriter& writer) const {
-    Wire::WriteEnum(writer, passwordState);
-    Wire::Write(writer, timeToExpire);
-    Wire::Write(writer, userName);
-    Wire::Write(writer, isUsingInitialPassword);
-}
-
-void UserPasswordInfo::Deserialize(RemotingReader& reader) {
-    Wire::ReadEnum(reader, passwordState);
-    Wire::Read(reader, timeToExpire);
-    Wire::Read(reader, userName);
-    Wire::Read(reader, isUsingInitialPassword);
 }
 
 } // namespace Kyr::System::Um::Services::Internal
