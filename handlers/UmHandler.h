@@ -25,7 +25,8 @@ public:
     bool HasPermissions(const SecurityToken& token) const override;
 
     void SubscribeServices();
-    // Takes the policy backups; called once by the module's set-up after the services are there.
+    // Takes the policy backups; called by the module's set-up after the services are subscribed. A
+    // missing configuration service counts as a failed backup: restores are then refused.
     void InitializeBackups();
 
     // ---- User administration ------------------------------------------------------------------
