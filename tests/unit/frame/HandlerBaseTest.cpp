@@ -1,7 +1,6 @@
 // The handlers' common base: which services make a handler available, which permission object each
 // handler asks for, and the length limit of a permission object name.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "Kyr/System/Commons/Exceptions.h"
 #include "fakes/CapturingLogSink.h"
@@ -15,24 +14,23 @@ namespace {
 
 using Kyr::String;
 using Kyr::System::Acf::SecurityToken;
-using Kyr::System::Rsc::RscString;
 using Kyr::Testing::ServiceKind;
-using testing::_;
-using testing::Property;
-using testing::Return;
 namespace Internal = Kyr::Services::Modules::Wbm::Um::Internal;
 
-struct Handlers {
-    Handlers() {
+// The four handlers after subscription, and the base's permission test reachable by name.
+struct Handlers : Internal::UmWbmHandlerBase {
+    Handlers() : UmWbmHandlerBase(true) {
         um.SubscribeServices();
         info.SubscribeServices();
         ldap.SubscribeServices();
-        systemUseNotification.SubscribeServices();
+        use.SubscribeServices();
+        SubscribeBaseServices();
     }
+    using UmWbmHandlerBase::HasPermissionOnObject;
     Internal::UmHandler um;
     Internal::UmInfoHandler info;
     Internal::LdapHandler ldap;
-    Internal::SystemUseNotificationHandler systemUseNotification;
+    Internal::SystemUseNotificationHandler use;
 };
 
 TEST(HandlerBase, AvailableOnlyWithAllOwnServices) {
@@ -42,50 +40,38 @@ TEST(HandlerBase, AvailableOnlyWithAllOwnServices) {
         Kyr::Testing::ScopedServices services(missing);
         Handlers handlers;
         const bool baseComplete = missing == ServiceKind::SystemUseNotification;
-        const char* name = Kyr::Testing::ScopedServices::ServiceName(missing);
-        EXPECT_EQ(handlers.um.IsAvailable(), baseComplete) << name;
-        EXPECT_EQ(handlers.info.IsAvailable(), baseComplete) << name;
-        EXPECT_EQ(handlers.ldap.IsAvailable(), baseComplete) << name;
-        EXPECT_EQ(handlers.systemUseNotification.IsAvailable(), !baseComplete) << name;
-        EXPECT_EQ(log.Contains("Could not subscribe ISystemUseNotificationService!", 3), baseComplete) << name;
+        SCOPED_TRACE(Kyr::Testing::ScopedServices::ServiceName(missing));
+        EXPECT_EQ(handlers.um.IsAvailable(), baseComplete);
+        EXPECT_EQ(handlers.info.IsAvailable(), baseComplete);
+        EXPECT_EQ(handlers.ldap.IsAvailable(), baseComplete);
+        EXPECT_EQ(handlers.use.IsAvailable(), !baseComplete);
+        EXPECT_EQ(log.Contains("Could not subscribe ISystemUseNotificationService!", 3), baseComplete);
     }
 }
 
-TEST(HandlerBase, EachHandlerAsksForItsPermissionObject) {
+TEST(HandlerBase, PermissionObjectsUpTo511Characters) {
     Kyr::Testing::ScopedServices services;
     Handlers handlers;
-    const SecurityToken token("session-7");
-    const auto expectAsked = [&](const char* object, bool answer) {
-        EXPECT_CALL(*services.authorization, HasPermission(Property(&RscString<512>::ToString, String(object)), 4096u,
-                                                           Property(&SecurityToken::GetSessionId, "session-7")))
-            .WillOnce(Return(answer));
-    };
-    expectAsked("kyr.services.wbm/modules/Um/UserManagerConfig", true);
-    EXPECT_TRUE(handlers.um.HasPermissions(token));
-    expectAsked("kyr.services.wbm/modules/Um/UserManagerConfig", false);
+    String asked;
+    ON_CALL(*services.authorization, HasPermission(testing::_, testing::_, testing::_))
+        .WillByDefault([&](const auto& object, std::uint32_t right, const SecurityToken& token) {
+            asked += object.ToString() + "," + std::to_string(right) + "," + token.GetSessionId() + ";";
+            return object.ToString().find("Config") == String::npos;
+        });
+    const SecurityToken token("s7");
+    EXPECT_FALSE(handlers.um.HasPermissions(token));
     EXPECT_FALSE(handlers.ldap.HasPermissions(token));
-    expectAsked("kyr.services.wbm/modules/Um/UserManagerInfo", true);
     EXPECT_TRUE(handlers.info.HasPermissions(token));
-}
+    EXPECT_EQ(asked, "kyr.services.wbm/modules/Um/UserManagerConfig,4096,s7;kyr.services.wbm/modules/Um/UserManagerConfig,4096,s7;"
+                     "kyr.services.wbm/modules/Um/UserManagerInfo,4096,s7;");
 
-class PermissionProbe : public Internal::UmWbmHandlerBase {
-public:
-    PermissionProbe() : UmWbmHandlerBase(true) { SubscribeBaseServices(); }
-    using UmWbmHandlerBase::HasPermissionOnObject;
-};
-
-TEST(HandlerBase, PermissionObjectNameUpTo511Characters) {
-    Kyr::Testing::ScopedServices services;
-    PermissionProbe probe;
     const String longest(483, 'x');  // 28 characters of prefix: 511 in all
-    EXPECT_CALL(*services.authorization, HasPermission(Property(&RscString<512>::GetLength, 511u), _, _)).WillOnce(Return(true));
-    EXPECT_TRUE(probe.HasPermissionOnObject(SecurityToken("s"), longest));
+    EXPECT_TRUE(handlers.HasPermissionOnObject(token, longest));
     try {
-        probe.HasPermissionOnObject(SecurityToken("s"), longest + "x");
+        handlers.HasPermissionOnObject(token, longest + "x");
         ADD_FAILURE() << "accepted 512 characters";
     } catch (const Kyr::System::Commons::ArgumentException& error) {
-        EXPECT_EQ(error.GetArgumentName(), "arg");
-        EXPECT_EQ(error.GetMessage(), "Input string is too long");
+        EXPECT_EQ(error.GetArgumentName() + ":" + error.GetMessage(), "arg:Input string is too long");
     }
 }
 

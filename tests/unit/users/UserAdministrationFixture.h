@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Kyr/System/Commons/Exceptions.h"
 #include "Kyr/System/Commons/Singleton.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/CapturingNotifications.h"
@@ -21,6 +22,7 @@ using Roles = std::vector<RscString<64>>;
 
 constexpr const char* ok = R"({"error":false,"errorText":"","result":null})";
 constexpr const char* invalid = R"({"error":true,"errorText":"Invalid Request!","result":null})";
+constexpr const char* tooLong = "arg:Input string is too long";
 
 struct UserAdministration : Test {
     Kyr::Testing::CapturingLogSink log;
@@ -48,13 +50,18 @@ struct UserAdministration : Test {
     }
     ~UserAdministration() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
 
+    // The answer's body, or tooLong when the function let that argument error escape.
     String Call(const String& function, const String& body = String()) {
         calls.clear();
         log.Clear();
         notifications.Clear();
-        return handler
-            .HandleRequest({function, Kyr::System::Acf::SecurityToken("s1"), Kyr::Services::Commons::Wbm::Messages::RequestData(body), {}})
-            .GetBody();
+        try {
+            return handler
+                .HandleRequest({function, Kyr::System::Acf::SecurityToken("s1"), Kyr::Services::Commons::Wbm::Messages::RequestData(body), {}})
+                .GetBody();
+        } catch (const Kyr::System::Commons::ArgumentException& error) {
+            return error.GetArgumentName() + ":" + error.GetMessage();
+        }
     }
     // "request|function" of each invalid-request notification of the last request.
     String Notified() const {

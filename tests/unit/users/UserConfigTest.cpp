@@ -16,23 +16,6 @@ UserPasswordInfo Info(const char* name, UserPasswordState state, std::uint64_t t
     return info;
 }
 
-struct UserList : UserAdministration {
-    bool infosFilled = true;
-    UserList() {
-        ON_CALL(users, GetUsers()).WillByDefault(Return(Roles{"admin", "guest", "Guest"}));
-        ON_CALL(users, HasAdminRuleset(RscString<64>("admin"))).WillByDefault(Return(true));
-        ON_CALL(users, GetUserRoles(RscString<64>("admin"))).WillByDefault(Return(Roles{"Unauthenticated", "Admin", "unauthenticated"}));
-        ON_CALL(users, GetUserRoles(RscString<64>("guest"))).WillByDefault(Return(Roles{"Unauthenticated"}));
-        ON_CALL(users, GetAllRoles()).WillByDefault(Return(Roles{"Admin", "Unauthenticated", "Viewer"}));
-        ON_CALL(users, GetAllUsersPasswordInfo(_)).WillByDefault([this](std::vector<UserPasswordInfo>& infos) {
-            // A name listed twice takes its first entry; names match byte for byte.
-            infos = {Info("guest", UserPasswordState::Expired, 0, true), Info("admin", UserPasswordState::ExpiresSoon, 18446744073709551615u, false),
-                     Info("guest", UserPasswordState::Locked, 1, false)};
-            return infosFilled;
-        });
-    }
-};
-
 const String noPasswordInfo = R"({"passwordState":"Valid","userName":"","timeToExpire":0,"isUsingInitialPassword":false})";
 
 String Listing(const String& adminInfo, const String& guestInfo) {
@@ -43,7 +26,19 @@ String Listing(const String& adminInfo, const String& guestInfo) {
            R"(}],"allUserRoles":["Admin","Viewer"]}})";
 }
 
-TEST_F(UserList, ListsUsersWithTheirPasswordInfoAndWithoutTheUnauthenticatedRole) {
+TEST_F(UserAdministration, ListsUsersWithTheirPasswordInfoAndWithoutTheUnauthenticatedRole) {
+    bool infosFilled = true;
+    ON_CALL(users, GetUsers()).WillByDefault(Return(Roles{"admin", "guest", "Guest"}));
+    ON_CALL(users, HasAdminRuleset(RscString<64>("admin"))).WillByDefault(Return(true));
+    ON_CALL(users, GetUserRoles(RscString<64>("admin"))).WillByDefault(Return(Roles{"Unauthenticated", "Admin", "unauthenticated"}));
+    ON_CALL(users, GetUserRoles(RscString<64>("guest"))).WillByDefault(Return(Roles{"Unauthenticated"}));
+    ON_CALL(users, GetAllRoles()).WillByDefault(Return(Roles{"Admin", "Unauthenticated", "Viewer"}));
+    ON_CALL(users, GetAllUsersPasswordInfo(_)).WillByDefault([&](std::vector<UserPasswordInfo>& infos) {
+        // A name listed twice takes its first entry; names match byte for byte.
+        infos = {Info("guest", UserPasswordState::Expired, 0, true), Info("admin", UserPasswordState::ExpiresSoon, 18446744073709551615u, false),
+                 Info("guest", UserPasswordState::Locked, 1, false)};
+        return infosFilled;
+    });
     EXPECT_EQ(Call("GetUserManagementConfig"),
               Listing(R"({"passwordState":"ExpiresSoon","userName":"admin","timeToExpire":18446744073709551615,"isUsingInitialPassword":false})",
                       R"({"passwordState":"Expired","userName":"guest","timeToExpire":0,"isUsingInitialPassword":true})"));
@@ -51,29 +46,11 @@ TEST_F(UserList, ListsUsersWithTheirPasswordInfoAndWithoutTheUnauthenticatedRole
     EXPECT_EQ(Call("GetUserManagementConfig"), Listing(noPasswordInfo, noPasswordInfo));
 }
 
-const String item = R"({"userConfigItem":{"userName":"anna","hasAdminRuleset":true,"userRoles":["Admin","Viewer"],"passwordInfo":7}})";
-
-TEST_F(UserAdministration, ModifySetsRolesThenAdminRulesetAndStopsAtARefusal) {
-    const String succeeded = R"({"error":false,"errorText":"","result":true})";
-    EXPECT_EQ(Call("ModifyUserConfig", item), succeeded);
-    EXPECT_EQ(calls, "SetUserRoles(anna,Admin,Viewer)SetAdminRuleset(anna,true)");
-    EXPECT_EQ(Call("ModifyUserConfig", R"({"userConfigItem":{"userName":"a","userName":"b","hasAdminRuleset":false,"userRoles":[]}})"), succeeded);
-    EXPECT_EQ(calls, "SetUserRoles(a)SetAdminRuleset(a,false)");
-
-    accept = false;
-    ON_CALL(users, GetLastErrorText()).WillByDefault(Return(RscString<128>("Unknown role")));
-    EXPECT_EQ(Call("ModifyUserConfig", item), R"({"error":true,"errorText":"Unknown role","result":false})");
-    EXPECT_EQ(calls, "SetUserRoles(anna,Admin,Viewer)");
-    ON_CALL(users, SetUserRoles(_, _)).WillByDefault(Return(true));
-    EXPECT_EQ(Call("ModifyUserConfig", item), R"({"error":true,"errorText":"Unknown role","result":false})");
-    EXPECT_EQ(calls, "SetAdminRuleset(anna,true)");
-}
-
 TEST_F(UserAdministration, ModifyRejectsMalformedItemsAndLogsWhy) {
     const std::pair<String, String> cases[] = {
         {"", "Invalid user config item root object!"},
         {"[{}]", "Invalid user config item root object!"},
-        {item + "x", "Invalid user config item root object!"},
+        {R"({"userConfigItem":{}}x)", "Invalid user config item root object!"},
         {String(1 << 20, '['), "Invalid user config item root object!"}, // must not exhaust the stack
         {R"({"userConfigItem":[]})", "Invalid user config item object!"},
         {R"({"userConfigItem":{"hasAdminRuleset":true,"userRoles":[]}})",
