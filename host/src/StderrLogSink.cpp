@@ -23,7 +23,7 @@ const char* LevelName(int level) {
 
 void StderrLogSink::Write(int level, const Kyr::String& loggerName, const Kyr::String& text) {
     const Kyr::String line = Kyr::System::Commons::DateTime::GetUtcNow().ToIso8601() + " " +
-                             LevelName(level) + " " + loggerName + ": " + OneLine(text) + "\n";
+                             LevelName(level) + " " + loggerName + ": " + OneLine(RedactPasswords(text)) + "\n";
     std::lock_guard<std::mutex> lock(mutex);
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
