@@ -43,7 +43,9 @@ void PasswordHasher::VerifyDummy(const std::string& password) const { (void)Veri
 
 std::string PasswordHasher::GeneratePassword(std::size_t length) {
     EnsureSodium();
-    static const std::string groups[] = {"ABCDEFGHJKLMNPQRSTUVWXYZ", "abcdefghijkmnopqrstuvwxyz", "23456789", "!#%+-=?@_"};
+    // Symbols that need no escaping in a URL query, a JSON string or a quoted shell word, so that the
+    // printed password can be typed into a curl command as it is.
+    static const std::string groups[] = {"ABCDEFGHJKLMNPQRSTUVWXYZ", "abcdefghijkmnopqrstuvwxyz", "23456789", "-._~"};
     std::string all;
     for (const std::string& group : groups) all += group;
     std::string password;

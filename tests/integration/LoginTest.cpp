@@ -110,6 +110,9 @@ TEST(GeneratedPasswordTest, IsPrintedOnFirstStart) {
         for (const auto& line : host.StartLines())
             if (line.rfind(prefix, 0) == 0) password = line.substr(prefix.size());
         ASSERT_GE(password.size(), 12u);
+        // Typed as it is into a query string or a shell command.
+        EXPECT_EQ(password.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~"),
+                  std::string::npos) << password;
         EXPECT_EQ(WebClient(host.Port()).Login("admin", password).status, 200);
         EXPECT_EQ(host.LogText().find(password), std::string::npos) << "the password reached the log";
     }
