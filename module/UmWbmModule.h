@@ -33,7 +33,6 @@ public:
     void Init(const String& settingsPath);
 
     bool IsSetUp() const noexcept { return isSetUp; }
-    const Internal::Settings::UmSettings& GetSettings() const noexcept { return settings; }
 
 private:
     using DataProviderInfo = Kyr::Services::Commons::Wbm::Modules::DataProviderInfo;
