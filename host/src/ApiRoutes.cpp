@@ -37,7 +37,10 @@ bool AllowedDuringPasswordChange(const Kyr::String& provider, const Kyr::String&
 void Login(HostContext& context, const httplib::Request& request, httplib::Response& response) {
     if (request.body.size() > context.limits.bodyWithoutSession)
         return Answer(response, 413, ErrorBody("Request body too large"));
-    auto credentials = ParseLoginBody(request.body);
+    // Only a JSON login: another site's page cannot send that type without the browser asking the
+    // host first, so it cannot log a visitor into an account of its choosing.
+    const bool json = request.get_header_value("Content-Type").rfind("application/json", 0) == 0;
+    auto credentials = json ? ParseLoginBody(request.body) : std::nullopt;
     if (!credentials)
         return Answer(response, 400, ErrorBody("Invalid login request: expected {\"username\": ..., \"password\": ...}"));
     const Kyr::String shownName = OneLine(credentials->userName, 64);
