@@ -13,6 +13,28 @@ void EnsureSodium() {
 }
 } // namespace
 
+// Holds one of the hasher's slots for its lifetime.
+class PasswordHasher::Slot {
+public:
+    explicit Slot(const PasswordHasher& hasher) : hasher(hasher) {
+        std::unique_lock<std::mutex> lock(hasher.slotMutex);
+        hasher.slotFreed.wait(lock, [&] { return hasher.hashesRunning < MaxConcurrentHashes; });
+        ++hasher.hashesRunning;
+    }
+    ~Slot() {
+        {
+            std::lock_guard<std::mutex> lock(hasher.slotMutex);
+            --hasher.hashesRunning;
+        }
+        hasher.slotFreed.notify_one();
+    }
+    Slot(const Slot&) = delete;
+    Slot& operator=(const Slot&) = delete;
+
+private:
+    const PasswordHasher& hasher;
+};
+
 PasswordHasher::PasswordHasher(unsigned long long opsLimit, std::size_t memLimit)
     : opsLimit(opsLimit), memLimit(memLimit) {
     EnsureSodium();
@@ -25,6 +47,7 @@ PasswordHasher::PasswordHasher(unsigned long long opsLimit, std::size_t memLimit
 
 std::string PasswordHasher::Hash(const std::string& password) const {
     char out[crypto_pwhash_STRBYTES];
+    Slot slot(*this);
     if (crypto_pwhash_str_alg(out, password.data(), password.size(), opsLimit, memLimit,
                               crypto_pwhash_ALG_ARGON2ID13) != 0)
         throw std::runtime_error("Password hashing failed (out of memory)");
@@ -32,6 +55,7 @@ std::string PasswordHasher::Hash(const std::string& password) const {
 }
 
 bool PasswordHasher::Verify(const std::string& hash, const std::string& password) const {
+    Slot slot(*this);
     return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 // Argon2id password hashes in libsodium's self-describing string form (algorithm, cost and salt are
 // part of the stored text, so a change of cost keeps old hashes verifiable).
+#include <condition_variable>
 #include <cstddef>
+#include <mutex>
 #include <string>
 
 namespace Kyr::PlatformServices {
@@ -21,9 +23,17 @@ public:
     static std::string GeneratePassword(std::size_t length);
 
 private:
+    // Each hash takes `memLimit` bytes: at most this many run at once, so that a flood of logins
+    // queues instead of taking the device's memory.
+    static constexpr int MaxConcurrentHashes = 2;
+    class Slot;
+
     unsigned long long opsLimit;
     std::size_t memLimit;
     std::string dummyHash;
+    mutable std::mutex slotMutex;
+    mutable std::condition_variable slotFreed;
+    mutable int hashesRunning = 0;
 };
 
 } // namespace Kyr::PlatformServices
