@@ -40,9 +40,7 @@ TEST_F(Permissions, DecisionsByRole) {
     };
     for (const Case& c : cases)
         EXPECT_EQ(Allowed(c.object, c.session), c.allowed) << c.object << " / " << (c.session ? c.session : "none");
-}
-
-TEST_F(Permissions, RemovedUsersSessionHoldsNothing) {
+    // The session of a removed user holds nothing.
     ASSERT_TRUE(Users()->RemoveUser("nora"));
     EXPECT_FALSE(Allowed(InfoObject, "plain-session"));
 }

@@ -67,13 +67,6 @@ TEST_F(Files, SecurityLogAppendsOneLinePerEntry) {
     EXPECT_EQ(ReadFile(directory + "/security.log"), "first\nforged second line\n");
 }
 
-TEST_F(Files, RestartDeviceAsksTheHost) {
-    namespace Dev = Kyr::Device::Interface::Services;
-    auto device = ServiceManager::GetService<Dev::IDeviceControlService, Dev::DeviceControlServiceProxyFactory>();
-    EXPECT_TRUE(device->RestartDevice());
-    EXPECT_EQ(restarts, 1);
-}
-
 TEST_F(Files, DataDirectoryIsPrivateAndHoldsNoClearPassword) {
     auto permissions = std::filesystem::status(directory).permissions();
     EXPECT_EQ(permissions & (std::filesystem::perms::group_all | std::filesystem::perms::others_all),
