@@ -59,7 +59,6 @@ TEST(PasswordRuleset, RefusesWhatDoesNotFitTheServiceStruct) {
         {R"("!#$")", '"' + String(63, '!') + '"', ""},
         {R"("!#$")", '"' + String(64, '!') + '"', tooLong},
         {R"("minCharCount":12)", R"("minCharCount":4294967296)", notUInt("minCharCount", "passwordPolicyParameter")},
-        {R"("intervalCount":5)", R"("intervalCount":5.0)", notUInt("intervalCount", "passwordPolicyParameter")},
         {R"("daysToWarning":7)", R"("daysToWarning":-1)", notUInt("daysToWarning", "expirationPolicyParameter")},
         {R"("blockUsername":true)", R"("blockUsername":1)",
          R"(parse: Element "blockUsername" in Object "passwordPolicyParameter" must have a bool data type  )"},
