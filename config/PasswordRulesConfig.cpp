@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Kyr/System/Commons/Exceptions.h"
+#include "config/JsonHelper.h"
 
 namespace Kyr::Services::Modules::Wbm::Um::Internal::Config {
 
@@ -42,7 +43,7 @@ void PasswordRulesConfig::ToJson(rapidjson::Document& document, rapidjson::Value
 
 bool PasswordRulesConfig::ParseJson(const String& json) {
     rapidjson::Document document;
-    document.Parse(json.c_str(), json.size());
+    JsonHelper::Parse(document, json);
     if (document.HasParseError() || !document.IsObject()) {
         LogError("Invalid password role rulesets document root object!");
         return false;

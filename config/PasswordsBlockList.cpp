@@ -27,7 +27,7 @@ void PasswordsBlockList::ToJson(rapidjson::Document& document, rapidjson::Value&
 
 bool PasswordsBlockList::ParseJson(const String& json) {
     rapidjson::Document document;
-    document.Parse(json.c_str(), json.size());
+    JsonHelper::Parse(document, json);
     if (document.HasParseError() || !document.IsObject()) {
         LogError("Invalid password block list config document root object!");
         return false;

@@ -19,7 +19,7 @@ void SessionPolicyConfig::ToJson(rapidjson::Document& document, rapidjson::Value
 
 bool SessionPolicyConfig::ParseJson(const String& json) {
     rapidjson::Document document;
-    document.Parse(json.c_str(), json.size());
+    JsonHelper::Parse(document, json);
     if (document.HasParseError() || !document.IsObject()) {
         LogError("Invalid session policy config document root object!");
         return false;

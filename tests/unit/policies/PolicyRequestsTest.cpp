@@ -89,6 +89,11 @@ TEST_F(PolicyHandler, MalformedBodiesAreReported) {
     }
 }
 
+TEST_F(PolicyHandler, DeeplyNestedBodiesAreRefusedWithoutExhaustingTheStack) {
+    for (const char* function : {"SetSessionPolicyConfig", "SetPasswordBlockList", "SetPasswordRoleRulesets"})
+        EXPECT_THAT(Call(function, String(100000, '[')), HasSubstr(R"("error":true)")) << function;
+}
+
 TEST_F(PolicyHandler, RoleRulesetsSendTheFirstAdminAndDefaultRuleset) {
     const String admin = RulesetJson("admin", 10), fallback = RulesetJson("default", 20);
     struct Case { const char* what; String body, errorText; bool notified; }; // no error text: admin 10 and default 20 sent
