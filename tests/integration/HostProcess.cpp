@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -62,23 +63,13 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
         _exit(127);
     }
     close(fds[1]);
-    stdoutFd = fds[0];
-
+    stdoutFile = fdopen(fds[0], "r");
+    // Blocks until the address is printed or the host ends (the test's time limit guards a hang).
     const std::string listening = "Listening on http://127.0.0.1:";
-    const auto deadline = Clock::now() + std::chrono::seconds(60);
-    std::string pending;
-    char buffer[512];
-    pollfd descriptor{stdoutFd, POLLIN, 0};
-    while (port == 0 && Clock::now() < deadline && poll(&descriptor, 1, 1000) >= 0) {
-        if (descriptor.revents == 0) continue;
-        ssize_t count = read(stdoutFd, buffer, sizeof buffer);
-        if (count <= 0) break;
-        pending.append(buffer, static_cast<std::size_t>(count));
-        for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
-            startLines.push_back(pending.substr(0, end));
-            pending.erase(0, end + 1);
-            if (startLines.back().rfind(listening, 0) == 0) port = std::stoi(startLines.back().substr(listening.size()));
-        }
+    char line[512];
+    while (port == 0 && fgets(line, sizeof line, stdoutFile) != nullptr) {
+        startLines.emplace_back(line, std::strcspn(line, "\n"));
+        if (startLines.back().rfind(listening, 0) == 0) port = std::stoi(startLines.back().substr(listening.size()));
     }
     if (port == 0) {
         Stop();
@@ -102,7 +93,7 @@ int HostProcess::Stop() {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     pid = -1;
-    close(stdoutFd);
+    std::fclose(stdoutFile);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <sys/types.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -32,7 +33,7 @@ public:
 
 private:
     pid_t pid = -1;
-    int stdoutFd = -1;
+    FILE* stdoutFile = nullptr;
     int port = 0;
     std::filesystem::path logPath;
     std::vector<std::string> startLines;

@@ -57,14 +57,6 @@ TEST_F(PermissionsTest, PagesFollowSessionAndPageHandler) {
     EXPECT_EQ(PlainUser(admin, "bob").Get("/pages/UserManager").status, 403);
 }
 
-TEST_F(PermissionsTest, LoginRequirementStaysOnUnlessDeactivationIsAllowed) {
-    WebClient admin = Admin();
-    EXPECT_EQ(admin.Post("/api/UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=false")
-                  .Json()["error"],
-              true);
-    EXPECT_EQ(Client().Get("/api/session").Json()["authenticationRequired"], true);
-}
-
 class WithoutLoginRequirementTest : public HostTest {
 protected:
     void SetUp() override { Start({"--allow-auth-deactivation"}); }

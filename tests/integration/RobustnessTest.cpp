@@ -9,43 +9,34 @@ namespace {
 
 using RobustnessTest = HostTest;
 
-const std::string userPassword = "Us3r&Secure-Pass!17";
-
-void AddUserAndText(WebClient& admin) {
-    admin.Call("UserManagementDp/AddUser", "username=erin&password=" + userPassword + "&confirmPassword=" + userPassword);
-    admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Kept");
-}
-
-void ExpectUserAndTextKept(WebClient& client) {
+// What an administrator set: a user and the login text.
+void ExpectDataKept(WebClient& client) {
     ASSERT_EQ(client.Login("admin", AdminPassword).status, 200);
     EXPECT_EQ(client.Get("/api/session").Json()["passwordChangeRequired"], false);
     EXPECT_NE(ToJson(client.Call("UserManagementDp/GetUserManagementConfig")).find("\"erin\""), std::string::npos);
     EXPECT_EQ(client.Get("/api/login-banner").body, R"({"lines":["Kept"]})");
 }
 
-TEST_F(RobustnessTest, DataSurviveStoppingAndStartingTheHost) {
+TEST_F(RobustnessTest, DataSurviveRestartSystemAndANewStartOfTheHost) {
     WebClient admin = Admin();
-    AddUserAndText(admin);
-    EXPECT_EQ(host->Stop(), 0) << host->LogText();
-    host = std::make_unique<HostProcess>(DataDir());
-    EXPECT_EQ(host->StartLines().size(), 1u) << "only the address; no new initial password";
-    WebClient again = Client();
-    ExpectUserAndTextKept(again);
-}
-
-TEST_F(RobustnessTest, RestartSystemAnswersThenRestartsInTheSameProcess) {
-    WebClient admin = Admin();
-    AddUserAndText(admin);
+    admin.Call("UserManagementDp/AddUser", "username=erin&password=Us3r&Secure-Pass!17&confirmPassword=Us3r&Secure-Pass!17");
+    admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Kept");
     admin.Call("UserManagementDp/RestartSystem");
 
-    // Sessions end with the restart; the host answers again on the same port.
+    // The same process answers again on the same port; sessions ended with the restart.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (admin.Get("/api/session").status != 200 && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(admin.Get("/api/session").Json()["loggedIn"], false);
     EXPECT_TRUE(host->IsRunning());
-    ExpectUserAndTextKept(admin);
     EXPECT_NE(host->LogText().find("Restarting"), std::string::npos);
+    ExpectDataKept(admin);
+
+    EXPECT_EQ(host->Stop(), 0) << host->LogText();
+    host = std::make_unique<HostProcess>(DataDir());
+    EXPECT_EQ(host->StartLines().size(), 1u) << "only the address; no new initial password";
+    WebClient again = Client();
+    ExpectDataKept(again);
 }
 
 TEST_F(RobustnessTest, InvalidRequestReachesTheSecurityLogWithoutPasswords) {
