@@ -32,11 +32,6 @@ TEST(JsonEnvelope, CompactFixedOrderEscapedFromBothBuilders) {
         EXPECT_EQ(response.GetBody(), R"({"error":true,"errorText":"said \"no\"\nthen\\left\t\u0001","result":["a"]})");
         EXPECT_TRUE(result.IsNull());
         EXPECT_EQ(Codes(response), "221");
-
-        rapidjson::Document empty;
-        empty.SetObject();
-        rapidjson::Value none;
-        EXPECT_EQ(build(empty, false, "", none).GetBody(), R"({"error":false,"errorText":"","result":null})");
     }
 }
 
