@@ -102,8 +102,8 @@ std::optional<std::vector<String>> SearchForm(const UmHandler::WbmRequest& reque
     bool found = false;
     try {
         found = boost::regex_search(text, match, expression);
-    } catch (const std::runtime_error&) { // Boost's complexity and memory bounds
-        found = false;
+    } catch (const std::runtime_error&) {
+        // Boost gave up on its complexity or memory bound: no match.
     }
     if (!found) {
         ReportInvalidRequest(RequestText(request), reportedFunction);
