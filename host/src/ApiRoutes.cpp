@@ -1,5 +1,6 @@
 #include "ApiRoutes.h"
 
+#include "GuardedRoute.h"
 #include "HostLoggers.h"
 #include "JsonBodies.h"
 #include "Kyr/Services/Commons/Wbm/Messages/WbmRequest.h"
@@ -168,23 +169,13 @@ void ModuleFunction(HostContext& context, const httplib::Request& request, httpl
     }
 }
 
-// Every route answers for itself; a failure of the services ends as a 500 with a generic text.
-httplib::Server::Handler Guarded(HostContext& context,
-                                 void (*route)(HostContext&, const httplib::Request&, httplib::Response&)) {
-    return [&context, route](const httplib::Request& request, httplib::Response& response) {
-        try {
-            route(context, request, response);
-        } catch (const std::exception& error) {
-            HttpServer::LogError("{0} {1} failed: {2}", request.method, OneLine(request.path, 256), error.what());
-            Answer(response, 500, ErrorBody("Internal error"));
-        }
-    };
+httplib::Server::Handler Guarded(HostContext& context, Route route) {
+    return Guarded(context, route, [](httplib::Response& response) { Answer(response, 500, ErrorBody("Internal error")); });
 }
 
 // A POST body must arrive within a time limit, so that a slow sender cannot hold a thread for long
 // (the read timeout alone only bounds the pause between two pieces).
-httplib::Server::HandlerWithContentReader WithBodyDeadline(HostContext& context,
-                                                           void (*route)(HostContext&, const httplib::Request&, httplib::Response&)) {
+httplib::Server::HandlerWithContentReader WithBodyDeadline(HostContext& context, Route route) {
     return [&context, route](const httplib::Request& request, httplib::Response& response,
                              const httplib::ContentReader& contentReader) {
         httplib::Request complete = request;

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "HostLoggers.h"
-#include "LogText.h"
+#include "GuardedRoute.h"
 #include "StaticFiles.h"
 
 namespace Kyr::WbmHost {
@@ -53,16 +52,8 @@ void Static(HostContext& context, const httplib::Request& request, httplib::Resp
     ServeFile(context, request.path, response);
 }
 
-httplib::Server::Handler Guarded(HostContext& context,
-                                 void (*route)(HostContext&, const httplib::Request&, httplib::Response&)) {
-    return [&context, route](const httplib::Request& request, httplib::Response& response) {
-        try {
-            route(context, request, response);
-        } catch (const std::exception& error) {
-            HttpServer::LogError("GET {0} failed: {1}", OneLine(request.path, 256), error.what());
-            HtmlAnswer(response, 500, "Internal error");
-        }
-    };
+httplib::Server::Handler Guarded(HostContext& context, Route route) {
+    return Guarded(context, route, [](httplib::Response& response) { HtmlAnswer(response, 500, "Internal error"); });
 }
 
 } // namespace
