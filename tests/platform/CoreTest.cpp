@@ -10,17 +10,26 @@
 using Kyr::String;
 using namespace Kyr::System::Commons;
 
-TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreWithoutCopying) {
-    for (const std::size_t length : {0u, 7u, 8u, 20u}) {
+TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCopying) {
+    struct Case {
+        String source;
+        String refusal; // empty: copied
+    };
+    const Case cases[] = {
+        {"", ""},
+        {"xxxxxxx", ""},
+        {"xxxxxxxx", "Input string is too long"},
+        {String(20, 'x'), "Input string is too long"},
+        {String("\\\0x", 3), "Input string contains a zero byte"},
+    };
+    for (const Case& c : cases) {
         char buffer[8] = "keep me";
-        const String source(length, 'x');
         try {
-            SecureStrncpy(buffer, sizeof buffer, source.data(), source.size());
-            EXPECT_LT(length, 8u);
-            EXPECT_EQ(String(buffer), source);
+            SecureStrncpy(buffer, sizeof buffer, c.source.data(), c.source.size());
+            EXPECT_EQ(c.refusal, "");
+            EXPECT_EQ(String(buffer), c.source);
         } catch (const ArgumentException& error) {
-            EXPECT_GE(length, 8u);
-            EXPECT_EQ(error.GetArgumentName() + ": " + error.what(), "arg: Input string is too long");
+            EXPECT_EQ(error.GetArgumentName() + ": " + error.what(), "arg: " + c.refusal);
             EXPECT_EQ(error.GetValue().find('x'), String::npos) << "the refused text may be a password";
             EXPECT_STREQ(buffer, "keep me");
         }

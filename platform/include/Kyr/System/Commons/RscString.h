@@ -10,8 +10,10 @@ namespace Kyr::System::Commons {
 
 // Bounded copy: copies `count` bytes of `source` into `destination` (capacity `destinationSize`)
 // and terminates it. A copy that would not fit with its terminating zero (count >= destinationSize)
-// throws ArgumentException (argument "arg", "Input string is too long") and copies nothing. The
-// exception's value is the refused length, not the text (which may be a password).
+// throws ArgumentException (argument "arg", "Input string is too long") and copies nothing; so does
+// a source with a zero byte among its `count` bytes ("Input string contains a zero byte"), which
+// would otherwise arrive cut short. The exception's value is the refused length, not the text
+// (which may be a password).
 KYR_API void SecureStrncpy(char* destination, std::size_t destinationSize, const char* source, std::size_t count);
 
 } // namespace Kyr::System::Commons
@@ -25,7 +27,7 @@ public:
     static constexpr std::size_t Capacity = N;
 
     RscString() noexcept { data[0] = '\0'; }
-    // Throws ArgumentException (argument "arg", "Input string is too long") when value.size() >= N.
+    // Throws ArgumentException (argument "arg") when value.size() >= N or value holds a zero byte.
     RscString(const String& value) { Assign(value); } // NOLINT(google-explicit-constructor)
     RscString(const char* value) { Assign(value == nullptr ? String() : String(value)); } // NOLINT(google-explicit-constructor)
 
