@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdint>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 
 #include "Kyr/System/Commons/Sanitization/Filters.h"
@@ -54,12 +55,15 @@ String DecodeEntities(const String& input) {
     std::size_t position = 0;
     while (position < input.size()) {
         const char c = input[position];
-        const std::size_t end = c == '&' ? input.find(';', position + 1) : String::npos;
-        if (end == String::npos || end - position > 12) {
+        // A reference body is at most 11 bytes ("#x10FFFF" and the names fit), so ';' is looked for
+        // only that far: a long text of '&' without ';' still takes linear time.
+        const std::size_t found = c == '&' ? std::string_view(input).substr(position + 1, 12).find(';') : String::npos;
+        if (found == String::npos) {
             output += c;
             ++position;
             continue;
         }
+        const std::size_t end = position + 1 + found;
         const String body = input.substr(position + 1, end - position - 1);
         bool decoded = false;
         for (const auto& entity : named) {
