@@ -5,7 +5,6 @@
 
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
-#include "Kyr/System/Commons/Singleton.h"
 
 using Kyr::String;
 using namespace Kyr::System::Commons;
@@ -34,23 +33,6 @@ TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCo
             EXPECT_STREQ(buffer, "keep me");
         }
     }
-}
-
-TEST(SingletonTest, OwnsWhatItCreatesAndOnlyBorrowsWhatItIsGiven) {
-    struct Counted {
-        explicit Counted(int& alive) : alive(alive) { ++alive; }
-        ~Counted() { --alive; }
-        int& alive;
-    };
-    int alive = 0;
-    Counted& created = Singleton<Counted>::CreateInstance(alive);
-    EXPECT_EQ(&Singleton<Counted>::GetInstance(), &created);
-    Counted borrowed(alive);
-    Singleton<Counted>::SetInstance(borrowed); // deletes the created one
-    EXPECT_EQ(alive, 1);
-    Singleton<Counted>::DestroyInstance(); // forgets the borrowed one
-    EXPECT_EQ(alive, 1);
-    EXPECT_FALSE(Singleton<Counted>::IsCreated());
 }
 
 TEST(FileTest, WritesOwnerOnlyFilesAndNeverThroughASymbolicLink) {
