@@ -67,6 +67,7 @@ TEST(JsonReaders, AnswersAndMessages) {
         {R"({"e":-1})", readUInt, "", notUInt},
         {R"({"e":1.0})", readUInt, "", notUInt},
         {R"({"e":4294967296})", readUInt, "", notUInt},
+        {R"({"e":"1"})", readUInt, "", notUInt},
         {R"({"E":1})", readUInt, "", missing},
         {R"({})", readBool, "", missing},
         {R"({"e":1})", readString, "", notString},
