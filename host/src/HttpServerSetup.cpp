@@ -1,6 +1,7 @@
 #include "HttpServerSetup.h"
 
 #include "ApiRoutes.h"
+#include "HeaderLimitedServer.h"
 #include "HostLoggers.h"
 #include "JsonBodies.h"
 #include "LogText.h"
@@ -68,7 +69,8 @@ httplib::Server::HandlerResponse CheckLimits(HostContext& context, const httplib
 } // namespace
 
 std::unique_ptr<httplib::Server> CreateHttpServer(HostContext& context) {
-    auto server = std::make_unique<httplib::Server>();
+    // Start line and headers: room for the longest allowed target and headers, and the read timeout.
+    auto server = std::make_unique<HeaderLimitedServer>(context.limits.headers + 8 * 1024 + 1024, std::chrono::seconds(10));
     server->new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
     server->set_payload_max_length(context.limits.bodyWithSession);
     server->set_read_timeout(10, 0);
