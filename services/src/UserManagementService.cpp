@@ -358,20 +358,23 @@ LoginCheck UserManagementService::CheckLogin(const std::string& userName, const 
     }
     if (!context->hasher.Verify(user->passwordHash, password)) return check;
 
-    auto lock = database.Lock();
-    PasswordAge age = AgeOf(*user);
-    if (age.state == UserPasswordState::Locked) {
-        check.outcome = LoginOutcome::Locked;
-        return check;
+    {
+        auto lock = database.Lock();
+        PasswordAge age = AgeOf(*user);
+        if (age.state == UserPasswordState::Locked) {
+            check.outcome = LoginOutcome::Locked;
+            return check;
+        }
+        check.outcome = LoginOutcome::Success;
+        check.isAdministrator = HoldsRole(*user, AdminRole);
+        check.passwordChangeRequired = user->initialPassword || IsExpired(age.state);
     }
-    check.outcome = LoginOutcome::Success;
-    check.isAdministrator = HoldsRole(*user, AdminRole);
-    check.passwordChangeRequired = user->initialPassword || IsExpired(age.state);
     if (context->hasher.NeedsRehash(user->passwordHash)) {
-        // The hash cost was changed: store the password again at the new cost while we know it.
+        // The hash cost was changed: store the password again at the new cost while we know it (the
+        // hash is made outside the database lock, which every request needs).
         std::string hash = context->hasher.Hash(password);
         Transaction transaction(database);
-        UserStore(database).ReplaceHash(user->id, hash);
+        UserStore(database).ReplaceHash(user->id, user->passwordHash, hash); // unless changed meanwhile
         transaction.Commit();
     }
     return check;

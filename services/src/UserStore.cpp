@@ -63,8 +63,9 @@ void UserStore::SetPassword(std::int64_t userId, const std::string& hash, bool i
         .Bind(1, userId).Bind(2, userId).Bind(3, static_cast<std::int64_t>(HistoryKept)).Run();
 }
 
-void UserStore::ReplaceHash(std::int64_t userId, const std::string& hash) {
-    database.Prepare("UPDATE users SET password_hash = ? WHERE id = ?").Bind(1, hash).Bind(2, userId).Run();
+void UserStore::ReplaceHash(std::int64_t userId, const std::string& oldHash, const std::string& newHash) {
+    database.Prepare("UPDATE users SET password_hash = ? WHERE id = ? AND password_hash = ?")
+        .Bind(1, newHash).Bind(2, userId).Bind(3, oldHash).Run();
 }
 
 void UserStore::SetAdminRuleset(std::int64_t userId, bool value) {

@@ -32,8 +32,9 @@ public:
     void Remove(std::int64_t userId);
     // Sets a new password hash and remembers it in the history (trimmed to `historyKept`).
     void SetPassword(std::int64_t userId, const std::string& hash, bool initialPassword, std::int64_t now);
-    // Replaces the stored hash with an equivalent one of the current cost; nothing else changes.
-    void ReplaceHash(std::int64_t userId, const std::string& hash);
+    // Replaces the stored hash `oldHash` with an equivalent one of the current cost; nothing else
+    // changes, and nothing at all when the password was changed meanwhile.
+    void ReplaceHash(std::int64_t userId, const std::string& oldHash, const std::string& newHash);
     void SetAdminRuleset(std::int64_t userId, bool value);
 
     // The newest `count` history hashes, the current password's first.

@@ -53,7 +53,7 @@ protected:
         if (services) services.reset();
         Ps::ServicesOptions options;
         options.dataDirectory = directory;
-        options.hashOpsLimit = crypto_pwhash_OPSLIMIT_MIN;
+        options.hashOpsLimit = hashOpsLimit;
         options.hashMemLimit = crypto_pwhash_MEMLIMIT_MIN;
         options.authenticationDeactivatable = authenticationDeactivatable;
         options.initialAdminPassword = AdminPassword;
@@ -90,6 +90,7 @@ protected:
     std::string directory;
     std::shared_ptr<std::chrono::system_clock::time_point> now =
         std::make_shared<std::chrono::system_clock::time_point>(std::chrono::system_clock::from_time_t(1'800'000'000));
+    unsigned long long hashOpsLimit = crypto_pwhash_OPSLIMIT_MIN;
     TableSessions sessions;
     int restarts = 0;
     std::unique_ptr<Ps::PlatformServices> services;

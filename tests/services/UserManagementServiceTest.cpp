@@ -44,6 +44,14 @@ TEST_F(UserManagement, FirstStartCreatesAnAdministratorWhoMustChangeThePassword)
     EXPECT_FALSE(services->CheckLogin("admin", "Fresh-Root-Pass-9").passwordChangeRequired);
 }
 
+TEST_F(UserManagement, ALoginStoresThePasswordAgainAtAChangedHashCost) {
+    hashOpsLimit += 1;
+    Open();
+    for (int i = 0; i < 2; ++i) // the second check runs against the new hash
+        EXPECT_EQ(services->CheckLogin("admin", AdminPassword).outcome, Ps::LoginOutcome::Success) << i;
+    EXPECT_EQ(services->CheckLogin("admin", "wrong").outcome, Ps::LoginOutcome::WrongCredentials);
+}
+
 TEST_F(UserManagement, UserNamesAreValidated) {
     const char* refused[] = {"", "has/slash", "co:lon", "tab\there", " padded", "Unauthenticated", "ADMIN"};
     for (const char* name : refused) EXPECT_FALSE(Users()->AddUser(name, "Valid-pass-1")) << name;
