@@ -154,7 +154,9 @@ int HostApplication::Run() {
                     PrintLine("Initial password of user \"admin\": " + *password);
                     PrintLine("It must be changed at the first login.");
                 }
-                PrintLine("Listening on http://" + options.listenHost + ":" + std::to_string(port));
+                const bool ipv6 = options.listenHost.find(':') != Kyr::String::npos;
+                PrintLine("Listening on http://" + (ipv6 ? "[" + options.listenHost + "]" : options.listenHost) + ":" +
+                          std::to_string(port));
             }
             first = false;
             {
