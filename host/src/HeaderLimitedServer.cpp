@@ -57,6 +57,8 @@ public:
         readingHead = true;
     }
     void HeadDone() { readingHead = false; }
+    // Bytes already received and not read yet (a pipelined next request).
+    bool HasBuffered() const { return offset < filled; }
     // Whether the head of the last request ran out of bytes or time.
     bool HeadTooLong() const { return readingHead && (headBytesLeft == 0 || Clock::now() >= headDeadline); }
 
@@ -139,7 +141,7 @@ bool HeaderLimitedServer::process_and_close_socket(socket_t sock) {
     LimitedSocketStream stream(sock, seconds(read_timeout_sec_) + microseconds(read_timeout_usec_),
                                seconds(write_timeout_sec_) + microseconds(write_timeout_usec_));
     bool result = true;
-    for (std::size_t left = keep_alive_max_count_; left > 0 && WaitForNextRequest(sock); --left) {
+    for (std::size_t left = keep_alive_max_count_; left > 0 && (stream.HasBuffered() || WaitForNextRequest(sock)); --left) {
         stream.StartHead(headerBytes, Clock::now() + headerTime);
         bool closed = false;
         result = process_request(stream, left == 1, closed, [&stream](httplib::Request&) { stream.HeadDone(); });
