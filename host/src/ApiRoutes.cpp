@@ -47,7 +47,8 @@ void Login(HostContext& context, const httplib::Request& request, httplib::Respo
     const Kyr::String shownName = OneLine(credentials->userName, 64);
 
     const auto policy = context.services.GetSessionPolicy();
-    if (auto wait = context.throttle.BeginAttempt(credentials->userName)) {
+    const bool isAdministrator = context.services.IsAdministrator(credentials->userName);
+    if (auto wait = context.throttle.BeginAttempt(credentials->userName, policy, isAdministrator)) {
         // During a wait (or while another attempt for the name is under way) the password is not even looked at.
         response.set_header("Retry-After", std::to_string(wait->count()));
         SessionLog::Log(5, "Login of {0} from {1} refused: waiting {2} s after failed attempts", shownName,
@@ -66,8 +67,7 @@ void Login(HostContext& context, const httplib::Request& request, httplib::Respo
         return Answer(response, 200, LoginBody(credentials->userName, session.csrfToken, check.passwordChangeRequired));
     }
 
-    const auto wait = context.throttle.RecordFailure(credentials->userName, policy,
-                                                     context.services.IsAdministrator(credentials->userName));
+    const auto wait = context.throttle.RecordFailure(credentials->userName, policy, isAdministrator);
     if (wait.count() > 0) response.set_header("Retry-After", std::to_string(wait.count()));
     const Kyr::String reason = check.outcome == LoginOutcome::Locked ? "locked (password expired)" : "wrong credentials";
     SessionLog::Log(5, "Login of {0} from {1} failed: {2}", shownName, request.remote_addr, reason);

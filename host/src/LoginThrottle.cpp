@@ -26,7 +26,16 @@ void LoginThrottle::PruneLocked(SteadyClock::time_point at) {
     }
 }
 
-std::optional<std::chrono::seconds> LoginThrottle::BeginAttempt(const Kyr::String& userName) {
+namespace {
+bool Spared(const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy, bool isAdministrator) {
+    return isAdministrator && !policy.issueTimeoutToAdminUsers;
+}
+} // namespace
+
+std::optional<std::chrono::seconds> LoginThrottle::BeginAttempt(
+    const Kyr::String& userName, const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy,
+    bool isAdministrator) {
+    if (Spared(policy, isAdministrator)) return std::nullopt;
     std::lock_guard<std::mutex> lock(mutex);
     const auto at = now();
     PruneLocked(at);
@@ -47,7 +56,7 @@ std::chrono::seconds LoginThrottle::RecordFailure(const Kyr::String& userName,
     const auto at = now();
     Entry& entry = entries[userName];
     entry.attemptStarted.reset();
-    if (isAdministrator && !policy.issueTimeoutToAdminUsers) return std::chrono::seconds(0);
+    if (Spared(policy, isAdministrator)) return std::chrono::seconds(0);
     if (entry.failures < UINT32_MAX) ++entry.failures;
     std::uint64_t wait = policy.timeoutInitialSeconds + std::uint64_t(entry.failures - 1) * policy.timeoutIncrementSeconds;
     wait = std::min<std::uint64_t>(wait, policy.timeoutMaximumSeconds);

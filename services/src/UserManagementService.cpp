@@ -174,7 +174,7 @@ bool UserManagementService::ChangeUserPassword(const RscString<64>& userNameArg,
         // Guessing the current password here is as slow as guessing it at the login.
         PasswordAttempts* attempts = context->options.passwordAttempts;
         if (attempts) {
-            if (auto wait = attempts->BeginAttempt(name)) {
+            if (auto wait = attempts->BeginAttempt(name, sessionPolicy, isAdministrator)) {
                 LogError("Password change of user '{0}' refused: waiting {1} s after wrong passwords", name, wait->count());
                 return Fail("Too many wrong passwords: try again in " + std::to_string(wait->count()) + " seconds.");
             }

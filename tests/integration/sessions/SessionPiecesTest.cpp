@@ -63,33 +63,36 @@ TEST(LoginThrottleTest, WaitsGrowUpToTheMaximumAndAreForgotten) {
     LoginThrottle throttle(clock.Function());
     const auto policy = Policy(10, 5, 22, false);
     for (auto expected : {10s, 15s, 20s, 22s, 22s}) {
-        EXPECT_FALSE(throttle.BeginAttempt("ghost"));
+        EXPECT_FALSE(throttle.BeginAttempt("ghost", policy, false));
         EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), expected);
         clock.now += expected - 1500ms;
-        EXPECT_EQ(throttle.BeginAttempt("ghost"), 2s); // rounded up
+        EXPECT_EQ(throttle.BeginAttempt("ghost", policy, false), 2s); // rounded up
         clock.now += 1500ms;
     }
-    EXPECT_FALSE(throttle.BeginAttempt("other"));
+    EXPECT_FALSE(throttle.BeginAttempt("other", policy, false));
     throttle.RecordSuccess("ghost");
     EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), 10s);
     clock.now += 16min; // a quiet quarter of an hour after the wait
-    EXPECT_FALSE(throttle.BeginAttempt("ghost"));
+    EXPECT_FALSE(throttle.BeginAttempt("ghost", policy, false));
     EXPECT_EQ(throttle.RecordFailure("ghost", policy, false), 10s);
-    // Administrators wait only when the policy says so.
+    // Administrators wait only when the policy says so; spared ones may also try in parallel.
+    for (int i = 0; i < 2; ++i) EXPECT_FALSE(throttle.BeginAttempt("admin", policy, true));
     EXPECT_EQ(throttle.RecordFailure("admin", policy, true), 0s);
     EXPECT_EQ(throttle.RecordFailure("admin", Policy(10, 5, 22, true), true), 10s);
+    EXPECT_EQ(throttle.BeginAttempt("admin", Policy(10, 5, 22, true), true), 10s);
 }
 
 TEST(LoginThrottleTest, OneAttemptPerNameAtATime) {
     FakeClock clock;
     LoginThrottle throttle(clock.Function());
-    ASSERT_FALSE(throttle.BeginAttempt("alice"));
-    EXPECT_EQ(throttle.BeginAttempt("alice"), 1s); // a parallel guess waits for the first outcome
-    EXPECT_FALSE(throttle.BeginAttempt("bob"));
-    throttle.RecordFailure("alice", Policy(0, 0, 0, true), false);
-    EXPECT_FALSE(throttle.BeginAttempt("alice"));
+    const auto policy = Policy(0, 0, 0, true);
+    ASSERT_FALSE(throttle.BeginAttempt("alice", policy, false));
+    EXPECT_EQ(throttle.BeginAttempt("alice", policy, false), 1s); // a parallel guess waits for the first outcome
+    EXPECT_FALSE(throttle.BeginAttempt("bob", policy, false));
+    throttle.RecordFailure("alice", policy, false);
+    EXPECT_FALSE(throttle.BeginAttempt("alice", policy, false));
     clock.now += 31s; // an outcome that never came does not block the name for ever
-    EXPECT_FALSE(throttle.BeginAttempt("alice"));
+    EXPECT_FALSE(throttle.BeginAttempt("alice", policy, false));
 }
 
 } // namespace

@@ -29,10 +29,12 @@ class PasswordAttempts {
 public:
     virtual ~PasswordAttempts() = default;
     // Nothing when a password of `userName` may be checked now (the attempt is then under way until
-    // its outcome is recorded, and further attempts wait for it); otherwise the seconds to wait.
-    virtual std::optional<std::chrono::seconds> BeginAttempt(const String& userName) = 0;
-    // Records a wrong password; answers the wait it starts (zero: none, e.g. for an administrator
-    // whom the policy spares).
+    // its outcome is recorded, and further attempts wait for it); otherwise the seconds to wait. An
+    // administrator whom the policy spares never waits.
+    virtual std::optional<std::chrono::seconds> BeginAttempt(
+        const String& userName, const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy,
+        bool isAdministrator) = 0;
+    // Records a wrong password; answers the wait it starts (zero: none).
     virtual std::chrono::seconds RecordFailure(const String& userName,
                                                const Kyr::System::Um::Services::Internal::SessionPolicyParameter& policy,
                                                bool isAdministrator) = 0;
