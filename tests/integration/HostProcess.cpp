@@ -22,6 +22,18 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 namespace {
+// A cross build's tests run under an emulator (qemu-user), which cannot start a program of the
+// target itself: the host is then started through the emulator ("program option …", by spaces).
+#ifndef KYR_HOST_EMULATOR
+#define KYR_HOST_EMULATOR ""
+#endif
+std::vector<std::string> EmulatorCommand() {
+    std::vector<std::string> words;
+    std::istringstream text(KYR_HOST_EMULATOR);
+    for (std::string word; text >> word;) words.push_back(word);
+    return words;
+}
+
 std::string ReadFile(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     std::ostringstream content;
@@ -49,6 +61,8 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
                                           "--settings", KYR_SOURCE_DIR "/settings/UmWbmModuleSettings.xml",
                                           "--web-root", KYR_SOURCE_DIR "/web", "--hash-cost", "min"};
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+    const std::vector<std::string> emulator = EmulatorCommand();
+    arguments.insert(arguments.begin(), emulator.begin(), emulator.end());
     std::vector<char*> argv; // built before fork: the child may only make async-signal-safe calls
     for (auto& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
