@@ -77,3 +77,12 @@ TEST(LoggableTest, FormatsOnlyPassingMessagesAndReplacesBrokenOnes) {
     EXPECT_EQ(lines[1].text, "Exception occurs during format of log message: argument not found");
     EXPECT_EQ(lines[2].text, "Exception occurs during format of log message: Unknown exception");
 }
+
+TEST(LoggableTest, AFailingSinkDoesNotFailTheCaller) {
+    struct FailingSink : Kyr::System::Commons::Logging::ILogSink {
+        void Write(int, const String&, const String&) override { throw std::runtime_error("disk full"); }
+    };
+    CapturingLogSink restorer; // puts the previous sink back at the end
+    LogManager::SetSink(std::make_shared<FailingSink>());
+    EXPECT_NO_THROW(LoggingSubject::LogError("lost"));
+}

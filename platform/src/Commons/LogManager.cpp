@@ -57,7 +57,12 @@ int LogAdapter::GetLogLevel() const noexcept { return LogManager::GetLogLevel();
 void LogAdapter::Log(int level, const String& text) const {
     if (level > GetLogLevel()) return;
     std::shared_ptr<ILogSink> sink = LogManager::GetSink();
-    if (sink) sink->Write(level, loggerName, text);
+    if (!sink) return;
+    // Callers log from request functions and destructors: a sink that fails must not fail them.
+    try {
+        sink->Write(level, loggerName, text);
+    } catch (...) {
+    }
 }
 
 } // namespace Kyr::System::Commons::Logging

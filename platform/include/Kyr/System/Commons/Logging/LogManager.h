@@ -24,7 +24,8 @@ public:
     const String& GetName() const noexcept { return loggerName; }
     // The current threshold (LogManager's level).
     int GetLogLevel() const noexcept;
-    // Writes the line to the current sink if `level` passes the threshold.
+    // Writes the line to the current sink if `level` passes the threshold. A sink's failure is
+    // dropped: logging never fails the caller.
     void Log(int level, const String& text) const;
 
 private:
