@@ -35,12 +35,13 @@ std::unique_ptr<XmlReader> ReaderOnDocumentElement(const String& text) {
 String Walk(XmlReader& reader, bool skipEachElement) {
     String names;
     for (int falses = 0; falses < 3;) {
-        if (!reader.TryReadStartElement()) {
-            names += "/", ++falses;
-            continue;
+        if (reader.TryReadStartElement()) {
+            names += reader.GetElementLocalName() + (reader.IsEmptyElement() ? "." : "");
+            if (skipEachElement) reader.ReadEndElement();
+        } else {
+            names += "/";
+            ++falses;
         }
-        names += reader.GetElementLocalName() + (reader.IsEmptyElement() ? "." : "");
-        if (skipEachElement) reader.ReadEndElement();
     }
     return names;
 }
@@ -99,7 +100,10 @@ TEST(XmlReaderTest, ReportsBrokenDocumentsWithTheirLineNumber) {
 TEST(MultiXmlConfigDocumentTest, LoadsTheDocumentOrNamesWhatIsWrong) {
     struct Children : IXmlSerializable {
         void ReadXml(XmlReader& reader, XmlSerializationContext&) override {
-            while (reader.TryReadStartElement()) names += reader.GetElementLocalName(), reader.ReadEndElement();
+            while (reader.TryReadStartElement()) {
+                names += reader.GetElementLocalName();
+                reader.ReadEndElement();
+            }
         }
         void WriteXml(XmlWriter&, XmlSerializationContext&) override {}
         String names;
