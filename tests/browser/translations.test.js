@@ -5,29 +5,14 @@ import path from 'node:path';
 import { test } from 'node:test';
 import { webRoot } from './lib/paths.js';
 
-function filesBelow(folder, extensions) {
-  return fs.readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
-    const full = path.join(folder, entry.name);
-    if (entry.isDirectory()) return filesBelow(full, extensions);
-    return extensions.includes(path.extname(entry.name)) ? [full] : [];
-  });
-}
-
-function usedKeys() {
-  const keys = new Set();
-  const patterns = [/data-i18n="([\w.]+)"/g, /'data-i18n': '([\w.]+)'/g, /\bt\('([\w.]+)'/g];
-  for (const file of filesBelow(webRoot, ['.html', '.js'])) {
-    const text = fs.readFileSync(file, 'utf8');
-    for (const pattern of patterns) for (const match of text.matchAll(pattern)) keys.add(match[1]);
+const read = (file) => fs.readFileSync(path.join(webRoot, file), 'utf8');
+const usedKeys = new Set();
+for (const file of fs.readdirSync(webRoot, { recursive: true }).filter((name) => /\.(html|js)$/.test(name))) {
+  for (const pattern of [/data-i18n="([\w.]+)"/g, /'data-i18n': '([\w.]+)'/g, /\bt\('([\w.]+)'/g]) {
+    for (const match of read(file).matchAll(pattern)) usedKeys.add(match[1]);
   }
-  return keys;
 }
-
-function lookup(dictionary, key) {
-  return key.split('.').reduce((node, part) => (node && typeof node === 'object' ? node[part] : undefined), dictionary);
-}
-
-const { languages } = JSON.parse(fs.readFileSync(path.join(webRoot, 'i18n', 'languages.json'), 'utf8'));
+const { languages } = JSON.parse(read('i18n/languages.json'));
 
 test('English and German are offered', () => {
   assert.deepEqual(languages.map((l) => l.code).sort(), ['de', 'en']);
@@ -35,8 +20,8 @@ test('English and German are offered', () => {
 
 for (const { code } of languages) {
   test(`every used key has a text in ${code}`, () => {
-    const dictionary = JSON.parse(fs.readFileSync(path.join(webRoot, 'i18n', `${code}.json`), 'utf8'));
-    const missing = [...usedKeys()].filter((key) => typeof lookup(dictionary, key) !== 'string');
-    assert.deepEqual(missing, []);
+    const dictionary = JSON.parse(read(`i18n/${code}.json`));
+    const textOf = (key) => key.split('.').reduce((node, part) => (node && typeof node === 'object' ? node[part] : undefined), dictionary);
+    assert.deepEqual([...usedKeys].filter((key) => typeof textOf(key) !== 'string'), []);
   });
 }
