@@ -30,11 +30,10 @@ std::vector<LogLine> CapturingLogSink::GetLines() const {
     return sink->lines;
 }
 
-std::vector<LogLine> CapturingLogSink::Find(const String& fragment, int level) const {
-    std::vector<LogLine> found;
+bool CapturingLogSink::Contains(const String& fragment, int level) const {
     for (const LogLine& line : GetLines())
-        if (line.text.find(fragment) != String::npos && (level <= 0 || line.level == level)) found.push_back(line);
-    return found;
+        if (line.text.find(fragment) != String::npos && (level <= 0 || line.level == level)) return true;
+    return false;
 }
 
 void CapturingLogSink::Clear() {

@@ -55,11 +55,6 @@ std::vector<CapturedNotification> CapturingNotifications::GetNotifications() con
     return shared->notifications;
 }
 
-std::size_t CapturingNotifications::Count() const {
-    std::lock_guard<std::mutex> lock(shared->mutex);
-    return shared->notifications.size();
-}
-
 void CapturingNotifications::Clear() {
     std::lock_guard<std::mutex> lock(shared->mutex);
     shared->notifications.clear();

@@ -30,7 +30,6 @@ public:
     CapturingNotifications& operator=(const CapturingNotifications&) = delete;
 
     std::vector<CapturedNotification> GetNotifications() const;
-    std::size_t Count() const;
     void Clear();
     Kyr::System::Nm::NotificationManager& GetManager() const noexcept { return manager; }
 

@@ -1,6 +1,5 @@
 #include "fakes/RecordingModuleHandler.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace Kyr::Testing {
@@ -33,12 +32,10 @@ void RecordingModuleHandler::UnregisterDataProvider(const String& dataProviderNa
 
 void RecordingModuleHandler::RegisterModuleInfoEntry(const ModuleInfoEntry& entry) {
     calls.push_back("RegisterModuleInfoEntry:" + entry.key);
-    infoEntries.push_back(entry);
 }
 
 void RecordingModuleHandler::UnregisterModuleInfoEntry(const ModuleInfoEntry& entry) {
     calls.push_back("UnregisterModuleInfoEntry:" + entry.key);
-    infoEntries.erase(std::remove(infoEntries.begin(), infoEntries.end(), entry), infoEntries.end());
 }
 
 std::shared_ptr<RecordingModuleHandler::RequestHandler> RecordingModuleHandler::GetDataProvider(const String& name) const {

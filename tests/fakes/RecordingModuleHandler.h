@@ -32,15 +32,12 @@ public:
     std::shared_ptr<RequestHandler> GetDataProvider(const String& name) const;
     std::shared_ptr<PageHandler> GetPage(const String& name) const;
     const std::map<String, std::shared_ptr<RequestHandler>>& GetDataProviders() const noexcept { return dataProviders; }
-    const std::map<String, std::shared_ptr<PageHandler>>& GetPages() const noexcept { return pages; }
-    const std::vector<Kyr::Services::Commons::Wbm::Modules::ModuleInfoEntry>& GetModuleInfoEntries() const noexcept { return infoEntries; }
 
 private:
     std::vector<String> calls;
     String refusedName;
     std::map<String, std::shared_ptr<RequestHandler>> dataProviders;
     std::map<String, std::shared_ptr<PageHandler>> pages;
-    std::vector<Kyr::Services::Commons::Wbm::Modules::ModuleInfoEntry> infoEntries;
 };
 
 } // namespace Kyr::Testing

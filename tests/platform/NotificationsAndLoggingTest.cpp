@@ -43,7 +43,7 @@ TEST(NotificationTest, RegistrationSendsToEverySubscriberUntilDisposed) {
     moved.Dispose();
     EXPECT_FALSE(manager.IsRegistered("Security.Test"));
     moved.Send(1, DateTime::GetUtcNow(), SecurityNotificationPayload("after", {}));
-    EXPECT_EQ(capture.Count(), 1u);
+    EXPECT_EQ(capture.GetNotifications().size(), 1u);
 }
 
 namespace {
