@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -33,25 +32,7 @@ std::vector<std::string> EmulatorCommand() {
     for (std::string word; text >> word;) words.push_back(word);
     return words;
 }
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
-}
 } // namespace
-
-TempDir::TempDir() {
-    std::string pattern = (fs::temp_directory_path() / "wbm-host-test-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    path = pattern;
-}
-
-TempDir::~TempDir() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-}
 
 HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments)
     : logPath(dataDirectory.string() + ".host.log") {
@@ -111,7 +92,7 @@ int HostProcess::Stop() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string HostProcess::LogText() const { return ReadFile(logPath); }
+std::string HostProcess::LogText() const { return Kyr::Testing::ReadFileText(logPath); }
 
 std::string RawExchange(int port, const std::string& request) {
     int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -130,13 +111,6 @@ std::string RawExchange(int port, const std::string& request) {
     }
     close(fd);
     return answer;
-}
-
-std::vector<fs::path> FilesContaining(const fs::path& directory, const std::string& text) {
-    std::vector<fs::path> found;
-    for (const auto& entry : fs::recursive_directory_iterator(directory))
-        if (entry.is_regular_file() && ReadFile(entry.path()).find(text) != std::string::npos) found.push_back(entry.path());
-    return found;
 }
 
 } // namespace Kyr::IntegrationTests

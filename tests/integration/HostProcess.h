@@ -6,17 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "fakes/TempDir.h"
+
 namespace Kyr::IntegrationTests {
 
-class TempDir {
-public:
-    TempDir();
-    ~TempDir(); // removes everything in it
-    const std::filesystem::path& Path() const { return path; }
-
-private:
-    std::filesystem::path path;
-};
+using Kyr::Testing::FilesContaining;
+using Kyr::Testing::TempDir;
 
 // The built wbm-host as a child process on a free loopback port, with the minimum hash cost and
 // its stderr in "<data directory>.host.log". The destructor stops it.
@@ -42,7 +37,5 @@ private:
 // Sends `request` as it is on a new connection; answers what comes back before the host closes the
 // connection or half a second passes in silence.
 std::string RawExchange(int port, const std::string& request);
-
-std::vector<std::filesystem::path> FilesContaining(const std::filesystem::path& directory, const std::string& text);
 
 } // namespace Kyr::IntegrationTests

@@ -21,11 +21,7 @@ protected:
     }
 };
 
-struct RulesetCase {
-    const char* name;
-    void (*change)(Roleruleset&);
-    UserManagerConfigError expected;
-};
+struct RulesetCase { const char* name; void (*change)(Roleruleset&); UserManagerConfigError expected; };
 
 class RulesetValidation : public Configuration, public ::testing::WithParamInterface<RulesetCase> {};
 
@@ -120,8 +116,7 @@ TEST_F(Configuration, LdapConfigurationIsCopiedAndEnabledOnlyWhenPresent) {
     std::filesystem::remove(upload);
 
     ASSERT_EQ(Config()->GetLdapConfigurationFilePath(path), E::NoError);
-    std::ifstream stored(path.c_str());
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stored), {}), "host ldap.example\nbase dc=example\\sub\n");
+    EXPECT_EQ(ReadFileText(path.c_str()), "host ldap.example\nbase dc=example\\sub\n");
     EXPECT_EQ(Config()->EnableLdapConfiguration(true), E::NoError);
     Open();
     EXPECT_TRUE(Config()->IsLdapConfigurationEnabled());

@@ -3,7 +3,6 @@
 // settable clock and a session table the test fills.
 #include <gtest/gtest.h>
 #include <sodium.h>
-#include <stdlib.h>
 
 #include <chrono>
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include "Kyr/System/Rsc/ServiceManager.h"
 #include "Kyr/System/Um/Services/IUserManagementService.h"
 #include "Kyr/System/Um/Services/IUserManagerConfigurationService.h"
+#include "fakes/TempDir.h"
 
 namespace Kyr::Testing {
 
@@ -38,15 +38,10 @@ class ServicesTest : public ::testing::Test {
 protected:
     static constexpr const char* AdminPassword = "Initial-Admin-1";
 
-    ServicesTest() {
-        char pattern[] = "/tmp/kyr-services-XXXXXX";
-        directory = ::mkdtemp(pattern);
-        Open();
-    }
+    ServicesTest() { Open(); }
     ~ServicesTest() override {
         services.reset();
         ServiceManager::Clear();
-        std::filesystem::remove_all(directory);
     }
 
     void Open(bool authenticationDeactivatable = false) {
@@ -87,7 +82,8 @@ protected:
 
     std::string LastError() { return Users()->GetLastErrorText().ToString(); }
 
-    std::string directory;
+    TempDir temp;
+    const std::string directory = temp.Path().string();
     std::shared_ptr<std::chrono::system_clock::time_point> now =
         std::make_shared<std::chrono::system_clock::time_point>(std::chrono::system_clock::from_time_t(1'800'000'000));
     unsigned long long hashOpsLimit = crypto_pwhash_OPSLIMIT_MIN;

@@ -1,13 +1,12 @@
 // "LdapDp" against the service fakes, with the temporary upload file in a folder of its own.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "fakes/CapturingLogSink.h"
 #include "fakes/ScopedServices.h"
+#include "fakes/TempDir.h"
 #include "handlers/LdapHandler.h"
 
 namespace {
@@ -16,26 +15,20 @@ using namespace testing;
 using namespace Kyr::Services::Commons::Wbm::Messages;
 namespace fs = std::filesystem;
 using Kyr::String;
+using Kyr::Testing::ReadFileText;
 using Kyr::Services::Modules::Wbm::Um::Internal::LdapHandler;
 using Kyr::System::Rsc::RscString;
 using Error = Kyr::System::Um::Services::UserManagerConfigError;
 
-String ReadFile(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 struct Ldap : Test {
     Kyr::Testing::CapturingLogSink log;
     Kyr::Testing::ScopedServices services;
-    String folderPattern = (fs::temp_directory_path() / "kyr-ldap-XXXXXX").string();
-    const fs::path folder = mkdtemp(folderPattern.data());
+    Kyr::Testing::TempDir tempDir;
+    const fs::path folder = tempDir.Path();
     const fs::path temp = folder / "ldap.config";
     LdapHandler handler;
 
     Ldap() { handler.SetTempFilePath(temp.string()); handler.SubscribeServices(); }
-    ~Ldap() override { fs::remove_all(folder); }
     WbmResponse Call(const String& function, const String& body = "") {
         return handler.HandleRequest(WbmRequest(function, {}, RequestData(body), RequestParams()));
     }
@@ -49,11 +42,11 @@ TEST_F(Ldap, UploadGoesThroughAFreshTemporaryFileRemovedAfterwards) {
         fs::create_symlink(linkTarget, temp);  // a leftover link is removed, not written through
         String seen = "(not called)";
         EXPECT_CALL(*services.userManagerConfiguration, SetLdapConfigurationFromFile(RscString<256>(temp.string()), false))
-            .WillOnce(Invoke([&](const auto&, bool) { seen = ReadFile(temp); return Error::NoError; }));
+            .WillOnce(Invoke([&](const auto&, bool) { seen = ReadFileText(temp); return Error::NoError; }));
         EXPECT_EQ(Call("SetLdapConfiguration", body).GetBody(), R"({"error":false,"errorText":"","result":"NoError"})");
         EXPECT_EQ(seen, body);
         EXPECT_FALSE(fs::exists(temp));
-        EXPECT_EQ(ReadFile(victim), "untouched");
+        EXPECT_EQ(ReadFileText(victim), "untouched");
         EXPECT_FALSE(fs::exists(folder / "nowhere"));
     }
     EXPECT_TRUE(log.Contains("Receiving LDAP config file data...", 7) && log.Contains("LDAP config file received successfully", 7));
