@@ -85,7 +85,7 @@ TEST_F(PolicyHandler, MalformedBodiesAreReported) {
         EXPECT_EQ(Call(c.function, c.body), Answer(true, "Invalid Request!", "false"));
         EXPECT_TRUE(log.Contains(c.detail, 3));
         EXPECT_TRUE(log.Contains(invalidLine.at(c.function), 3));
-        EXPECT_EQ(Notified(), "JSON-Object/" + String(c.function) + ";");
+        EXPECT_EQ(Notified(), "JSON-Object|" + String(c.function) + ";");
     }
 }
 
@@ -114,7 +114,7 @@ TEST_F(PolicyHandler, RoleRulesetsSendTheFirstAdminAndDefaultRuleset) {
         EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", 10))).Times(sent ? 1 : 0);
         EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", 20))).Times(sent ? 1 : 0);
         EXPECT_EQ(CallOn(fresh, "SetPasswordRoleRulesets", c.body), Answer(!sent, c.errorText, sent ? "true" : "false"));
-        EXPECT_EQ(Notified(), c.notified ? "JSON-Object/SetPasswordRoleRulesets;" : "");
+        EXPECT_EQ(Notified(), c.notified ? "JSON-Object|SetPasswordRoleRulesets;" : "");
         Mock::VerifyAndClearExpectations(&config);
     }
 }

@@ -1,20 +1,11 @@
 #pragma once
-// A UmHandler wired to a configuration service mock whose getters answer a known set-up state (and
-// whose results the tests can turn into failures), with captured log lines and notifications; and
-// the JSON bodies the policy tests send.
-#include <gmock/gmock.h>
-
-#include "Kyr/System/Commons/Singleton.h"
-#include "fakes/CapturingLogSink.h"
-#include "fakes/CapturingNotifications.h"
-#include "fakes/ScopedServices.h"
-#include "handlers/UmHandler.h"
-#include "notifications/SecurityNotifications.h"
+// A UmHandler whose configuration service mock answers a known set-up state (and whose results the
+// tests can turn into failures); and the JSON bodies the policy tests send.
+#include "unit/UmHandlerFixture.h"
 
 namespace PolicyTests {
 
 using Kyr::String;
-using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
 using Kyr::Services::Modules::Wbm::Um::Internal::UmHandler;
 using Kyr::System::Um::Services::UserManagerConfigError;
 using Kyr::System::Um::Services::Internal::Roleruleset;
@@ -75,7 +66,7 @@ inline Roleruleset MakeRuleset(const char* name, std::uint32_t minCharCount) {
     return ruleset;
 }
 
-struct PolicyHandler : testing::Test {
+struct PolicyHandler : Kyr::Testing::UmHandlerFixture {
     // The service's state when the module is set up.
     static constexpr std::uint32_t setupTimeout = 111, setupAdminMinChars = 8, setupDefaultMinChars = 6;
     const std::vector<String> setupBlockList{"setup-1", "setup-2"};
@@ -83,16 +74,10 @@ struct PolicyHandler : testing::Test {
     UserManagerConfigError sessionRead{}, blockListRead{}, adminRead{}, defaultRead{};
     UserManagerConfigError sessionWrite{}, blockListWrite{}, adminWrite{}, defaultWrite{};
 
-    Kyr::Testing::CapturingLogSink log;
-    Kyr::Testing::CapturingNotifications notifications;
-    Kyr::Testing::ScopedServices services;
-    UmHandler handler;
     testing::NiceMock<Kyr::Testing::MockUserManagerConfigurationService>& config = *services.userManagerConfiguration;
 
     PolicyHandler() {
         using namespace testing;
-        Kyr::System::Commons::Singleton<SecurityNotifications>::CreateInstance();
-        handler.SubscribeServices();
         SessionPolicyParameter session{};
         session.timeoutInitialSeconds = setupTimeout, session.timeoutIncrementSeconds = 1, session.timeoutMaximumSeconds = 2;
         session.maxConcurrentSessionsCount = 3, session.maxSessionTimeMinutes = 4, session.issueTimeoutToAdminUsers = true;
@@ -108,20 +93,12 @@ struct PolicyHandler : testing::Test {
         ON_CALL(config, SetAdminRoleRuleset(_)).WillByDefault(ReturnPointee(&adminWrite));
         ON_CALL(config, SetDefaultRoleRuleset(_)).WillByDefault(ReturnPointee(&defaultWrite));
     }
-    ~PolicyHandler() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
 
     static String CallOn(UmHandler& target, const String& function, const String& body = String()) {
         using namespace Kyr::Services::Commons::Wbm::Messages;
         return target.HandleRequest(WbmRequest(function, Kyr::System::Acf::SecurityToken("s"), RequestData(body), RequestParams())).GetBody();
     }
     String Call(const String& function, const String& body = String()) { return CallOn(handler, function, body); }
-
-    // The invalid-request notifications sent so far, as "request/function;" each.
-    String Notified() const {
-        String all;
-        for (const auto& sent : notifications.GetNotifications()) all += sent.InfoValue("request") + "/" + sent.InfoValue("function") + ";";
-        return all;
-    }
 };
 
 } // namespace PolicyTests

@@ -1,22 +1,13 @@
 #pragma once
-// A UmHandler on fresh service mocks whose changing calls are recorded as text ("AddUser(a,pw)"),
-// with captured log lines and security notifications.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// A UmHandler whose changing service calls are recorded as text ("AddUser(a,pw)"); log and
+// notifications are cleared before each request.
 #include "Kyr/System/Commons/Exceptions.h"
-#include "Kyr/System/Commons/Singleton.h"
-#include "fakes/CapturingLogSink.h"
-#include "fakes/CapturingNotifications.h"
-#include "fakes/ScopedServices.h"
-#include "handlers/UmHandler.h"
-#include "notifications/SecurityNotifications.h"
+#include "unit/UmHandlerFixture.h"
 
 namespace UsersTests {
 
 using namespace testing;
 using Kyr::String;
-using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
 using Kyr::System::Rsc::RscString;
 using Roles = std::vector<RscString<64>>;
 
@@ -24,18 +15,12 @@ constexpr const char* ok = R"({"error":false,"errorText":"","result":null})";
 constexpr const char* invalid = R"({"error":true,"errorText":"Invalid Request!","result":null})";
 constexpr const char* tooLong = "arg:Input string is too long";
 
-struct UserAdministration : Test {
-    Kyr::Testing::CapturingLogSink log;
-    Kyr::Testing::CapturingNotifications notifications;
-    Kyr::Testing::ScopedServices services;
-    Kyr::Services::Modules::Wbm::Um::Internal::UmHandler handler;
+struct UserAdministration : Kyr::Testing::UmHandlerFixture {
     NiceMock<Kyr::Testing::MockUserManagementService>& users = *services.userManagement;
     String calls;   // the service calls of the last request
     bool accept = true; // what the recorded calls answer
 
     UserAdministration() {
-        Kyr::System::Commons::Singleton<SecurityNotifications>::CreateInstance();
-        handler.SubscribeServices();
         auto record = [this](String call) { calls += call; return accept; };
         ON_CALL(users, AddUser(_, _)).WillByDefault([=](auto& n, auto& p) { return record("AddUser(" + n.ToString() + "," + p.ToString() + ")"); });
         ON_CALL(users, RemoveUser(_)).WillByDefault([=](auto& n) { return record("RemoveUser(" + n.ToString() + ")"); });
@@ -48,7 +33,6 @@ struct UserAdministration : Test {
             return record(text + ")");
         });
     }
-    ~UserAdministration() override { Kyr::System::Commons::Singleton<SecurityNotifications>::DestroyInstance(); }
 
     // The answer's body, or tooLong when the function let that argument error escape.
     String Call(const String& function, const String& body = String()) {
@@ -62,12 +46,6 @@ struct UserAdministration : Test {
         } catch (const Kyr::System::Commons::ArgumentException& error) {
             return error.GetArgumentName() + ":" + error.GetMessage();
         }
-    }
-    // "request|function" of each invalid-request notification of the last request.
-    String Notified() const {
-        String text;
-        for (const auto& n : notifications.GetNotifications()) text += n.InfoValue("request") + "|" + n.InfoValue("function") + ";";
-        return text;
     }
     // "level:text" of each log line of the last request.
     String Logged() const {
