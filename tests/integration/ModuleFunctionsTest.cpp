@@ -29,9 +29,19 @@ TEST_F(ModuleFunctionsTest, UserAdministration) {
     EXPECT_EQ(admin.Call("UserManagementInfoDp/GetPasswordInfo")["result"]["userName"], "admin");
 }
 
-TEST_F(ModuleFunctionsTest, PoliciesRoundTrip) {
+TEST_F(ModuleFunctionsTest, PoliciesRoundTripAndTakeEffect) {
     WebClient admin = Admin();
-    admin.Call("UserManagementDp/SetPasswordRoleRulesets", ToJson(admin.Call("UserManagementDp/GetPasswordRoleRulesets")["result"]));
+    auto rulesets = admin.Call("UserManagementDp/GetPasswordRoleRulesets");
+    for (auto& ruleset : rulesets["result"]["passwordRoleRulesets"].GetArray()) {
+        ruleset["passwordPolicyParameter"]["minCharCount"] = 14;
+        ruleset["passwordPolicyParameter"]["minNumberCount"] = 3;
+    }
+    admin.Call("UserManagementDp/SetPasswordRoleRulesets", ToJson(rulesets["result"]));
+    // Every broken rule is named, for a new user and for the own change alike.
+    auto weak = admin.Post("/api/UserManagementDp/AddUser", "username=dora&password=ab&confirmPassword=ab").Json();
+    EXPECT_EQ(weak["errorText"], "Too short: min 14 chars. Needs 1 upper + 1 lower case. Needs 3 digits.");
+    EXPECT_EQ(admin.ChangeOwnPassword(AdminPassword, "Short-1").Json()["errorText"], "Too short: min 14 chars. Needs 3 digits.");
+
     admin.Call("UserManagementDp/SetPasswordBlockList", R"({"passwordsBlockList":["Summer-2026!x"]})");
     EXPECT_TRUE(Contains(ToJson(admin.Call("UserManagementDp/GetPasswordBlockList")), "Summer-2026!x"));
 
@@ -58,20 +68,6 @@ TEST_F(ModuleFunctionsTest, SystemUseNotificationReachesTheLoginPage) {
     const std::string lines = R"(["Welcome","","Authorised &lt;use&gt; only"])";
     EXPECT_EQ(ToJson(admin.Call("SystemUseNotificationDp/GetSystemUseNotification")["result"]["SystemUseNotification"]), lines);
     EXPECT_EQ(Client().Get("/api/login-banner").body, R"({"lines":)" + lines + "}");
-}
-
-TEST_F(ModuleFunctionsTest, PasswordRulesNameEveryBrokenRule) {
-    WebClient admin = Admin();
-    auto rulesets = admin.Call("UserManagementDp/GetPasswordRoleRulesets");
-    for (auto& ruleset : rulesets["result"]["passwordRoleRulesets"].GetArray()) {
-        ruleset["passwordPolicyParameter"]["minCharCount"] = 14;
-        ruleset["passwordPolicyParameter"]["minNumberCount"] = 3;
-    }
-    admin.Call("UserManagementDp/SetPasswordRoleRulesets", ToJson(rulesets["result"]));
-    auto weak = admin.Post("/api/UserManagementDp/AddUser", "username=dora&password=ab&confirmPassword=ab").Json();
-    EXPECT_EQ(weak["errorText"], "Too short: min 14 chars. Needs 1 upper + 1 lower case. Needs 3 digits.");
-    // The own password change follows the same rules.
-    EXPECT_EQ(admin.ChangeOwnPassword(AdminPassword, "Short-1").Json()["errorText"], "Too short: min 14 chars. Needs 3 digits.");
 }
 
 } // namespace
