@@ -7,12 +7,7 @@
 namespace Kyr::IntegrationTests {
 namespace {
 
-struct Expectation {
-    const char* path;
-    int admin;
-    int plainUser;
-    int noSession;
-};
+struct Expectation { const char* path; int admin; int plainUser; int noSession; };
 
 // One read-only function per data provider, plus the public login text and the unknown ones.
 const Expectation expectations[] = {

@@ -10,10 +10,7 @@ using Kyr::String;
 using namespace Kyr::System::Commons;
 
 TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCopying) {
-    struct Case {
-        String source;
-        String refusal; // empty: copied
-    };
+    struct Case { String source; String refusal; }; // no refusal: copied
     const Case cases[] = {
         {"", ""},
         {"xxxxxxx", ""},

@@ -10,10 +10,7 @@ using Kyr::System::Commons::DateTime;
 
 // The text form must not depend on the width of the C library's time_t (32 bits on the controller).
 TEST(DateTimeTest, Iso8601TextOfUnixMilliseconds) {
-    struct Case {
-        std::int64_t unixMilliseconds;
-        String text;
-    };
+    struct Case { std::int64_t unixMilliseconds; String text; };
     const Case cases[] = {
         {0, "1970-01-01T00:00:00.000Z"},
         {-1, "1969-12-31T23:59:59.999Z"},

@@ -6,11 +6,7 @@ using Kyr::String;
 using namespace Kyr::System::Commons::Sanitization;
 
 TEST(XmlHtmlEntitiesCoderTest, EncodesDecodesOrPassesThroughByMode) {
-    struct Case {
-        int mode;
-        String input;
-        String expected;
-    };
+    struct Case { int mode; String input; String expected; };
     const Case cases[] = {
         {1, "a<b>&\"c'\r\n\xC3\xA4", "a&lt;b&gt;&amp;&quot;c&apos;\r\n\xC3\xA4"},
         {1, "   ", "&#32;  "}, // spaces only: just the first one is encoded
@@ -29,12 +25,7 @@ TEST(XmlHtmlEntitiesCoderTest, EncodesDecodesOrPassesThroughByMode) {
 }
 
 TEST(CharactersEscaperTest, PrefixesEveryByteOfTheSetAndNothingElse) {
-    struct Case {
-        String set;
-        String prefix;
-        String input;
-        String expected;
-    };
+    struct Case { String set; String prefix; String input; String expected; };
     const Case cases[] = {
         {"\\", "\\", "dir\\sub \\\\", "dir\\\\sub \\\\\\\\"},
         {"\"'", "^", "say \"hi\" 'x'", "say ^\"hi^\" ^'x^'"},

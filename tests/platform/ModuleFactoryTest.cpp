@@ -15,11 +15,7 @@ WbmModuleFactory::FactoryFunction MakeDummy() { return [] { return std::make_uni
 } // namespace
 
 TEST(ModuleFactoryTest, ChecksNameThenFunctionThenDuplicate) {
-    struct Case {
-        String name;
-        bool withFunction;
-        String expected; // argument: message; empty when added
-    };
+    struct Case { String name; bool withFunction; String expected; }; // expected: "argument: message", or empty when added
     const Case cases[] = {
         {"", false, "moduleName: Invalid module name"},
         {"Um", false, "function: Invalid factory function."}, // before the duplicate search

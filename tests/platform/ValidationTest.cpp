@@ -11,11 +11,7 @@ TEST(ValidationRulesTest, EachRuleAnswersAndReportsItsMessage) {
     const LegalElementRule legal("Legal", {"a", "b"}, true);
     const AndRule both({size, illegal});
     const AndRule none({});
-    struct Case {
-        const IValidationRule& rule;
-        String value;
-        String message; // empty: passes
-    };
+    struct Case { const IValidationRule& rule; String value; String message; }; // no message: passes
     const Case cases[] = {
         {*size, "abc", ""},
         {*size, "", "Input 'Size' is not valid!"},

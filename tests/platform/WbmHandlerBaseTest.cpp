@@ -26,14 +26,8 @@ TEST(WbmRequestHandlerBaseTest, DispatchesByTheExactFunctionName) {
 }
 
 TEST(WbmRequestHandlerBaseTest, DefaultPermissionRuleAsksTheAuthorizationService) {
-    struct Case {
-        const char* title;
-        bool configuration;
-        String session;
-        bool published;
-        int serviceAnswer; // -1: must not be asked
-        bool permitted;
-    };
+    // serviceAnswer -1: the service must not be asked.
+    struct Case { const char* title; bool configuration; String session; bool published; int serviceAnswer; bool permitted; };
     const Case cases[] = {
         {"configuration, session, granted", true, "s1", true, 1, true},
         {"configuration, session, denied", true, "s1", true, 0, false},

@@ -8,12 +8,7 @@ using Kyr::String;
 using namespace Kyr::Services::Commons::Wbm::Messages;
 
 TEST(RequestQueryTest, FindsTheFirstParameterAndDecodesOnRequest) {
-    struct Case {
-        String query;
-        String name;
-        bool decode;
-        const char* value; // nullptr: not found
-    };
+    struct Case { String query; String name; bool decode; const char* value; }; // value nullptr: not found
     const Case cases[] = {
         {"a=1&b=x%20y", "b", false, "x%20y"},
         {"p=a+b%2Bc%3D%26%C3%A4", "p", true, "a b+c=&\xC3\xA4"},

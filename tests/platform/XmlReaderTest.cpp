@@ -68,8 +68,7 @@ TEST(XmlReaderTest, ReadsAttributesAndLineNumbersOfTheCurrentElement) {
     EXPECT_EQ(reader->GetLineNumber(), 2);
     reader->ReadStartElement("A");
     EXPECT_EQ(reader->GetLineNumber(), 3);
-    bool t = false;
-    bool f = true;
+    bool t = false, f = true;
     unsigned n = 0;
     String s = "unchanged";
     EXPECT_FALSE(reader->TryGetAttributeValue("absent", s));
@@ -83,18 +82,9 @@ TEST(XmlReaderTest, ReadsAttributesAndLineNumbersOfTheCurrentElement) {
 }
 
 TEST(XmlReaderTest, ReportsBrokenDocumentsWithTheirLineNumber) {
-    struct Case {
-        String text;
-        int line;
-    };
-    for (const Case& c : {Case{"<Doc>\n<A>\n</B>\n</Doc>", 3}, Case{"<Doc>\n<A/>\n", 2}, Case{"\n\nnot xml", 3}, Case{"", 1}}) {
-        ExpectXmlError(
-            [&] {
-                auto reader = ReaderOnDocumentElement(c.text);
-                reader->ReadToEnd();
-            },
-            c.line, "");
-    }
+    struct Case { String text; int line; };
+    for (const Case& c : {Case{"<Doc>\n<A>\n</B>\n</Doc>", 3}, Case{"<Doc>\n<A/>\n", 2}, Case{"\n\nnot xml", 3}, Case{"", 1}})
+        ExpectXmlError([&] { ReaderOnDocumentElement(c.text)->ReadToEnd(); }, c.line, "");
 }
 
 TEST(MultiXmlConfigDocumentTest, LoadsTheDocumentOrNamesWhatIsWrong) {

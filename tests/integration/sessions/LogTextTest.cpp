@@ -7,10 +7,7 @@ namespace Kyr::WbmHost {
 namespace {
 
 TEST(LogTextTest, PasswordValuesAreHidden) {
-    const struct {
-        const char* text;
-        const char* logged;
-    } cases[] = {
+    const struct { const char* text; const char* logged; } cases[] = {
         {"username=a&password=S3cret&confirmPassword=S3cret", "username=a&password=***&confirmPassword=***"},
         {"currentPassword=x y&NEWPASSWORD=", "currentPassword=*** y&NEWPASSWORD=***"},
         {R"({"password" : "a\"b", "user":"u"})", R"({"password" : "***", "user":"u"})"},

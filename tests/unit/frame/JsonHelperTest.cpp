@@ -55,12 +55,8 @@ TEST(JsonReaders, AnswersAndMessages) {
     const String missing = "Element \"e\" in missing in root object \"obj\" ";
     const String notUInt = "Element \"e\" in Object \"obj\" must have an unsigned int data type  ";
     const String notString = "Element of Var \"e\" in Object \"obj\" must have a string data type  ";
-    struct Case {
-        const char* json;
-        Reader read;
-        String value;    // when read
-        String message;  // of the ParseException otherwise
-    };
+    // value: as read; message: of the ParseException otherwise.
+    struct Case { const char* json; Reader read; String value; String message; };
     const std::vector<Case> cases = {
         {R"({"e":0})", readUInt, "0", ""},
         {R"({"e":4294967295})", readUInt, "4294967295", ""},

@@ -85,12 +85,8 @@ TEST_F(ModuleSetup, RegistersInOrderAndResetWithdrawsInItsOwnOrder) {
 }
 
 TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) {
-    struct Case {
-        String refused;
-        String message;
-        std::size_t accepted;  // registrations accepted before the refusal
-        Calls withdrawn;
-    };
+    // accepted: the registrations accepted before the refusal.
+    struct Case { String refused; String message; std::size_t accepted; Calls withdrawn; };
     const String provider = "Failed to register data provider: ";
     const std::vector<Case> cases = {
         {"UserManagementInfoDp", provider + "UserManagementInfoDp", 0, {}},

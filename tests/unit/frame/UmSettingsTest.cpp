@@ -13,12 +13,7 @@ using Kyr::Services::Modules::Wbm::Um::Internal::Settings::UmSettings;
 
 TEST(UmSettings, Cases) {
     const String missing = "GetAttributeValue failed for mandatory attribute: ";
-    struct Case {
-        std::string inner;
-        String error;
-        std::vector<String> languages;
-        bool ldapEnabled;
-    };
+    struct Case { std::string inner; String error; std::vector<String> languages; bool ldapEnabled; };
     const std::vector<Case> cases = {
         {R"(<UmWbmModuleSettings supportedLanguages="en,de" ldapEnabled="false"/>)", "", {"en", "de"}, false},
         {R"(<UmWbmModuleSettings supportedLanguages="" ldapEnabled="0"/>)", "", {""}, false},

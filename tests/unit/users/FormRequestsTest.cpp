@@ -11,13 +11,8 @@ const String complex = [] { String s; for (int i = 0; i < 200; ++i) s += "userna
 const String item = R"({"userConfigItem":{"userName":"anna","hasAdminRuleset":true,"userRoles":["Admin","Viewer"],"passwordInfo":7}})";
 String Refused(const String& text) { return R"({"error":true,"errorText":")" + text + R"(","result":null})"; }
 
-struct FormCase {
-    const char* function;
-    String body;
-    String calls;    // service calls made
-    String answer;
-    String notified; // function named by the invalid-request notification
-};
+// calls: the service calls made; notified: the function named by the invalid-request notification.
+struct FormCase { const char* function; String body; String calls; String answer; String notified; };
 
 TEST_F(UserAdministration, BodiesAreSearchedAndValuesPassedAsSent) {
     const String modified = R"({"error":false,"errorText":"","result":true})";
