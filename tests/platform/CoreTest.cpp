@@ -5,9 +5,11 @@
 
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
+#include "fakes/Thrown.h"
 
 using Kyr::String;
 using namespace Kyr::System::Commons;
+using Kyr::Testing::Thrown;
 
 TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCopying) {
     struct Case { String source; String refusal; }; // no refusal: copied
@@ -20,15 +22,10 @@ TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCo
     };
     for (const Case& c : cases) {
         char buffer[8] = "keep me";
-        try {
-            SecureStrncpy(buffer, sizeof buffer, c.source.data(), c.source.size());
-            EXPECT_EQ(c.refusal, "");
-            EXPECT_EQ(String(buffer), c.source);
-        } catch (const ArgumentException& error) {
-            EXPECT_EQ(error.GetArgumentName() + ": " + error.what(), "arg: " + c.refusal);
-            EXPECT_EQ(error.GetValue().find('x'), String::npos) << "the refused text may be a password";
-            EXPECT_STREQ(buffer, "keep me");
-        }
+        const auto error = Thrown<ArgumentException>([&] { SecureStrncpy(buffer, sizeof buffer, c.source.data(), c.source.size()); });
+        EXPECT_EQ(error ? error->GetArgumentName() + ": " + error->what() : "", c.refusal.empty() ? "" : "arg: " + c.refusal);
+        EXPECT_EQ(String(buffer), error ? "keep me" : c.source);
+        EXPECT_EQ(error ? error->GetValue().find('x') : String::npos, String::npos) << "the refused text may be a password";
     }
 }
 

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include "Kyr/Services/Commons/Wbm/Modules/WbmModuleLibrary.h"
+#include "fakes/Thrown.h"
 
 using Kyr::String;
 using namespace Kyr::Services::Commons::Wbm::Modules;
 using Kyr::System::Commons::ArgumentException;
+using Kyr::Testing::Thrown;
 
 namespace {
 struct DummyModule : IWbmModule {
@@ -25,13 +27,8 @@ TEST(ModuleFactoryTest, ChecksNameThenFunctionThenDuplicate) {
     for (const Case& c : cases) {
         WbmModuleFactory factory;
         factory.AddFactoryFunction("Um", MakeDummy());
-        String refusal;
-        try {
-            factory.AddFactoryFunction(c.name, c.withFunction ? MakeDummy() : nullptr);
-        } catch (const ArgumentException& error) {
-            refusal = error.GetArgumentName() + ": " + error.what();
-        }
-        EXPECT_EQ(refusal, c.expected);
+        const auto error = Thrown<ArgumentException>([&] { factory.AddFactoryFunction(c.name, c.withFunction ? MakeDummy() : nullptr); });
+        EXPECT_EQ(error ? error->GetArgumentName() + ": " + error->what() : "", c.expected);
         EXPECT_EQ(factory.GetModuleNames().size(), c.expected.empty() ? 2u : 1u) << c.expected;
         EXPECT_EQ(factory.CreateModule(c.name) != nullptr, c.expected.empty() || c.name == "Um") << c.expected;
     }

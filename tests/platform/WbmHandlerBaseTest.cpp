@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fakes/ScopedServices.h"
+#include "fakes/Thrown.h"
 #include "Kyr/Services/Commons/Wbm/Modules/WbmModules.h"
 #include "Kyr/System/Commons/Exceptions.h"
 
@@ -52,12 +53,10 @@ TEST(WbmRequestHandlerBaseTest, DefaultPermissionRuleAsksTheAuthorizationService
 TEST(WbmRequestHandlerBaseTest, ServiceOfTheWrongTypeIsAnInvalidCast) {
     ScopedServices services;
     services.Publish(ScopedServices::ServiceName(ServiceKind::Authorization), services.deviceControl);
-    try {
-        WbmRequestHandlerBase(false).HasPermissions(SecurityToken("s1"));
-        FAIL() << "expected an exception";
-    } catch (const Kyr::System::Commons::InvalidCastException& error) {
-        EXPECT_STREQ(error.what(), "The service does not implement service interface 'Kyr::System::Acf::Services::IAuthorizationService'.");
-    }
+    const auto error = Kyr::Testing::Thrown<Kyr::System::Commons::InvalidCastException>(
+        [] { WbmRequestHandlerBase(false).HasPermissions(SecurityToken("s1")); });
+    ASSERT_TRUE(error);
+    EXPECT_STREQ(error->what(), "The service does not implement service interface 'Kyr::System::Acf::Services::IAuthorizationService'.");
 }
 
 TEST(WbmPageHandlerBaseTest, DefaultPageIsHiddenFromEverybody) {

@@ -6,6 +6,7 @@
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/Xml/MultiXmlConfigDocument.h"
 #include "Kyr/System/Commons/Xml/XmlReader.h"
+#include "fakes/Thrown.h"
 
 using Kyr::String;
 using Kyr::System::Commons::XmlException;
@@ -16,13 +17,10 @@ namespace {
 // Expects `action` to throw an XmlException on `line` whose message contains `fragment`.
 template <class Action>
 void ExpectXmlError(Action action, int line, const String& fragment) {
-    try {
-        action();
-        ADD_FAILURE() << "expected XmlException containing '" << fragment << "'";
-    } catch (const XmlException& error) {
-        EXPECT_EQ(error.GetLineNumber(), line) << error.what();
-        EXPECT_NE(String(error.what()).find(fragment), String::npos) << error.what();
-    }
+    const auto error = Kyr::Testing::Thrown<XmlException>(action);
+    ASSERT_TRUE(error) << "expected XmlException containing '" << fragment << "'";
+    EXPECT_EQ(error->GetLineNumber(), line) << error->what();
+    EXPECT_NE(String(error->what()).find(fragment), String::npos) << error->what();
 }
 
 std::unique_ptr<XmlReader> ReaderOnDocumentElement(const String& text) {

@@ -5,6 +5,7 @@
 #include "Kyr/System/Commons/Exceptions.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/ScopedServices.h"
+#include "fakes/Thrown.h"
 #include "handlers/LdapHandler.h"
 #include "handlers/SystemUseNotificationHandler.h"
 #include "handlers/UmHandler.h"
@@ -67,12 +68,9 @@ TEST(HandlerBase, PermissionObjectsUpTo511Characters) {
 
     const String longest(483, 'x');  // 28 characters of prefix: 511 in all
     EXPECT_TRUE(handlers.HasPermissionOnObject(token, longest));
-    try {
-        handlers.HasPermissionOnObject(token, longest + "x");
-        ADD_FAILURE() << "accepted 512 characters";
-    } catch (const Kyr::System::Commons::ArgumentException& error) {
-        EXPECT_EQ(error.GetArgumentName() + ":" + error.GetMessage(), "arg:Input string is too long");
-    }
+    const auto error = Kyr::Testing::Thrown<Kyr::System::Commons::ArgumentException>([&] { handlers.HasPermissionOnObject(token, longest + "x"); });
+    ASSERT_TRUE(error) << "accepted 512 characters";
+    EXPECT_EQ(error->GetArgumentName() + ":" + error->GetMessage(), "arg:Input string is too long");
 }
 
 } // namespace

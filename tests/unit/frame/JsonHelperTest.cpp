@@ -5,6 +5,7 @@
 
 #include "Kyr/System/Commons/Exceptions.h"
 #include "config/JsonHelper.h"
+#include "fakes/Thrown.h"
 #include "handlers/LdapHandler.h"
 
 namespace {
@@ -76,14 +77,10 @@ TEST(JsonReaders, AnswersAndMessages) {
     for (const auto& c : cases) {
         rapidjson::Document document;
         document.Parse(c.json);
-        String value, message;
-        try {
-            value = c.read(document);
-        } catch (const Kyr::System::Commons::ParseException& error) {
-            message = error.GetMessage();
-        }
+        String value;
+        const auto error = Kyr::Testing::Thrown<Kyr::System::Commons::ParseException>([&] { value = c.read(document); });
         EXPECT_EQ(value, c.value) << c.json;
-        EXPECT_EQ(message, c.message) << c.json;
+        EXPECT_EQ(error ? error->GetMessage() : "", c.message) << c.json;
     }
 }
 

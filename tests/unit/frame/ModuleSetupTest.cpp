@@ -11,6 +11,7 @@
 #include "fakes/CapturingNotifications.h"
 #include "fakes/RecordingModuleHandler.h"
 #include "fakes/ScopedServices.h"
+#include "fakes/Thrown.h"
 #include "module/UmWbmModule.h"
 #include "notifications/SecurityNotifications.h"
 
@@ -22,6 +23,7 @@ using Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications;
 using Kyr::System::Commons::Singleton;
 using Kyr::System::Nm::NotificationManager;
 using Kyr::Testing::RecordingModuleHandler;
+using Kyr::Testing::Thrown;
 using Calls = std::vector<String>;
 using FrameTests::SettingsFile;
 
@@ -75,13 +77,9 @@ TEST_F(ModuleSetup, RegistersInOrderAndResetWithdrawsInItsOwnOrder) {
     module->ResetModule(host);
     EXPECT_EQ(Slice(host.GetCalls(), 7), withdrawals + Calls{"UnregisterModuleInfoEntry:k"});
     EXPECT_FALSE(notifications.GetManager().IsRegistered(notificationName));
-    try {
-        Singleton<SecurityNotifications>::GetInstance().SendUserManagerInvalidRequest("x", "AddUser");
-        ADD_FAILURE() << "the notification sender outlived the reset";
-    } catch (const Kyr::Exception& error) {
-        EXPECT_EQ(error.GetMessage(), "Singleton instance of type "
-                                      "'Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications' was not created yet!");
-    }
+    const auto error = Thrown<Kyr::Exception>([] { Singleton<SecurityNotifications>::GetInstance().SendUserManagerInvalidRequest("x", "AddUser"); });
+    ASSERT_TRUE(error) << "the notification sender outlived the reset";
+    EXPECT_EQ(error->GetMessage(), "Singleton instance of type 'Kyr::Services::Modules::Wbm::Um::Internal::SecurityNotifications' was not created yet!");
 }
 
 TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) {
@@ -99,12 +97,8 @@ TEST_F(ModuleSetup, RefusalStopsThereAndResetWithdrawsExactlyWhatWasRegistered) 
     for (const auto& c : cases) {
         RecordingModuleHandler refusing;
         refusing.RefuseRegistration(c.refused);
-        try {
-            module->SetupModule(ModuleInfo(settings.path, {}), refusing);
-            ADD_FAILURE() << c.refused << " refused without an exception";
-        } catch (const Kyr::System::Commons::InvalidOperationException& error) {
-            EXPECT_EQ(error.GetMessage(), c.message);
-        }
+        const auto error = Thrown<Kyr::System::Commons::InvalidOperationException>([&] { module->SetupModule(ModuleInfo(settings.path, {}), refusing); });
+        EXPECT_EQ(error ? error->GetMessage() : "(no exception)", c.message) << c.refused;
         EXPECT_EQ(refusing.GetCalls(), Slice(registrations, 0, c.accepted + 1)) << c.refused;
         module->ResetModule(refusing);
         EXPECT_EQ(Slice(refusing.GetCalls(), c.accepted + 1), c.withdrawn) << c.refused;

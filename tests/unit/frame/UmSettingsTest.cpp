@@ -4,6 +4,7 @@
 #include "FrameSupport.h"
 #include "Kyr/System/Commons/Exceptions.h"
 #include "Kyr/System/Commons/Xml/MultiXmlConfigDocument.h"
+#include "fakes/Thrown.h"
 #include "settings/UmSettings.h"
 
 namespace {
@@ -33,13 +34,9 @@ TEST(UmSettings, Cases) {
     for (const auto& c : cases) {
         const FrameTests::SettingsFile file(c.inner);
         UmSettings settings;
-        String error;
-        try {
-            Kyr::System::Commons::Xml::MultiXmlConfigDocument(UmSettings::GetDocumentElementName(), settings).Load(file.path);
-        } catch (const Kyr::System::Commons::XmlException& thrown) {
-            error = thrown.GetMessage();
-        }
-        EXPECT_EQ(error, c.error) << c.inner;
+        const auto error = Kyr::Testing::Thrown<Kyr::System::Commons::XmlException>(
+            [&] { Kyr::System::Commons::Xml::MultiXmlConfigDocument(UmSettings::GetDocumentElementName(), settings).Load(file.path); });
+        EXPECT_EQ(error ? error->GetMessage() : "", c.error) << c.inner;
         EXPECT_EQ(settings.GetSupportedLanguages(), c.languages) << c.inner;
         EXPECT_EQ(settings.IsLdapEnabled(), c.ldapEnabled) << c.inner;
     }

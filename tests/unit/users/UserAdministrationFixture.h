@@ -2,6 +2,7 @@
 // A UmHandler whose changing service calls are recorded as text ("AddUser(a,pw)"); log and
 // notifications are cleared before each request.
 #include "Kyr/System/Commons/Exceptions.h"
+#include "fakes/Thrown.h"
 #include "unit/UmHandlerFixture.h"
 
 namespace UsersTests {
@@ -39,13 +40,12 @@ struct UserAdministration : Kyr::Testing::UmHandlerFixture {
         calls.clear();
         log.Clear();
         notifications.Clear();
-        try {
-            return handler
-                .HandleRequest({function, Kyr::System::Acf::SecurityToken("s1"), Kyr::Services::Commons::Wbm::Messages::RequestData(body), {}})
-                .GetBody();
-        } catch (const Kyr::System::Commons::ArgumentException& error) {
-            return error.GetArgumentName() + ":" + error.GetMessage();
-        }
+        String answer;
+        const auto error = Kyr::Testing::Thrown<Kyr::System::Commons::ArgumentException>([&] {
+            answer = handler.HandleRequest({function, Kyr::System::Acf::SecurityToken("s1"), Kyr::Services::Commons::Wbm::Messages::RequestData(body), {}})
+                         .GetBody();
+        });
+        return error ? error->GetArgumentName() + ":" + error->GetMessage() : answer;
     }
     // "level:text" of each log line of the last request.
     String Logged() const {
