@@ -9,8 +9,7 @@
 namespace Kyr::IntegrationTests {
 
 // Starts a fresh host (empty data directory, known initial admin password) for each test.
-class HostTest : public ::testing::Test {
-protected:
+struct HostTest : ::testing::Test {
     void SetUp() override { Start(); }
     // Every test ends with a clean stop and a log free of sanitizer reports.
     void TearDown() override {

@@ -52,8 +52,7 @@ TEST_F(PermissionsTest, PagesFollowSessionAndPageHandler) {
     EXPECT_EQ(PlainUser(admin, "bob").Get("/pages/UserManager").status, 403);
 }
 
-class WithoutLoginRequirementTest : public HostTest {
-protected:
+struct WithoutLoginRequirementTest : HostTest {
     void SetUp() override { Start({"--allow-auth-deactivation"}); }
 };
 

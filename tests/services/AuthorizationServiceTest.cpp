@@ -11,8 +11,7 @@ constexpr const char* InformationObject = "kyr.services.wbm/information";
 constexpr const char* OperationObject = "kyr.services.wbm/operation";
 constexpr std::uint32_t Right = 4096;
 
-class Permissions : public ServicesTest {
-protected:
+struct Permissions : ServicesTest {
     Permissions() {
         EXPECT_TRUE(Users()->AddUser("olga", "Tulip-pass-1"));
         EXPECT_TRUE(Users()->SetUserRoles("olga", {"Operator"}));

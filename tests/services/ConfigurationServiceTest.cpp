@@ -12,8 +12,7 @@ using E = Um::UserManagerConfigError;
 using Um::Internal::Roleruleset;
 using Um::Internal::SessionPolicyParameter;
 
-class Configuration : public ServicesTest {
-protected:
+struct Configuration : ServicesTest {
     Roleruleset DefaultRuleset() {
         Roleruleset ruleset;
         EXPECT_EQ(Config()->GetActiveDefaultRoleRuleset(ruleset), E::NoError);

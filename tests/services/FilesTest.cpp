@@ -9,8 +9,7 @@ namespace {
 using Kyr::System::Commons::Io::FileSystemError;
 namespace Svc = Kyr::System::Commons::Services;
 
-class Files : public ServicesTest {
-protected:
+struct Files : ServicesTest {
     std::shared_ptr<Svc::ISystemUseNotificationService> LoginText() {
         return ServiceManager::GetService<Svc::ISystemUseNotificationService, Svc::SystemUseNotificationServiceProxyFactory>();
     }

@@ -34,8 +34,7 @@ public:
     std::map<String, String> sessions;
 };
 
-class ServicesTest : public ::testing::Test {
-protected:
+struct ServicesTest : ::testing::Test {
     static constexpr const char* AdminPassword = "Initial-Admin-1";
 
     ServicesTest() { Open(); }

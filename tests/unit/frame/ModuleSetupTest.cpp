@@ -48,8 +48,7 @@ Calls operator+(Calls first, const Calls& second) {
     return first;
 }
 
-class ModuleSetup : public testing::Test {
-protected:
+struct ModuleSetup : testing::Test {
     Kyr::Testing::CapturingNotifications notifications;
     Kyr::Testing::ScopedServices services;
     RecordingModuleHandler host;
