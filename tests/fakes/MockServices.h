@@ -13,6 +13,12 @@
 #include "Kyr/System/Um/Services/IUserManagementService.h"
 #include "Kyr/System/Um/Services/IUserManagerConfigurationService.h"
 
+namespace Kyr::System::Rsc {
+// Failure messages show the text instead of the buffer's bytes.
+template <std::size_t N>
+void PrintTo(const RscString<N>& text, std::ostream* out) { *out << '"' << text.ToString() << '"'; }
+} // namespace Kyr::System::Rsc
+
 namespace Kyr::Testing {
 
 using Kyr::System::Rsc::RscString;

@@ -34,7 +34,7 @@ TEST_F(BackupRestore, FailingRequestPutsBackEveryChangedAreaOnceInFixedOrder) {
         // A refused block list is still sent, as an empty list, and then restored with the rest.
         EXPECT_CALL(config, SetActivePasswordsBlockList(IsEmpty()));
         EXPECT_CALL(config, SetSessionPolicyParameter(IsSessionPolicy(setupTimeout)));
-        EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(setupBlockList)));
+        EXPECT_CALL(config, SetActivePasswordsBlockList(setupBlockList));
         EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", setupAdminMinChars)));
         EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", setupDefaultMinChars)));
     }
@@ -56,7 +56,7 @@ TEST_F(BackupRestore, FailedSetRestoresTheOtherChangesAndClearsItsOwnFlag) {
     EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", 50)));
     EXPECT_CALL(config, SetDefaultRoleRuleset(_)); // fails, so the default ruleset is not put back
     EXPECT_CALL(config, SetSessionPolicyParameter(IsSessionPolicy(setupTimeout)));
-    EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(setupBlockList)));
+    EXPECT_CALL(config, SetActivePasswordsBlockList(setupBlockList));
     EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("admin", setupAdminMinChars)));
     EXPECT_EQ(Call("SetPasswordRoleRulesets", newRulesets), Answer(true, "WarningDaysNotBelowExpirationDays", "false"));
     EXPECT_TRUE(log.Contains("Failed to set default password role ruleset. Error: WarningDaysNotBelowExpirationDays", 3));
@@ -104,7 +104,7 @@ TEST_F(BackupRestore, SecondSetupAndRulesetsNotFoundByName) {
     ChangeEverything();
 
     EXPECT_CALL(config, SetSessionPolicyParameter(Field(&SessionPolicyParameter::timeoutInitialSeconds, 222u)));
-    EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(std::vector<String>{"second"})));
+    EXPECT_CALL(config, SetActivePasswordsBlockList(BlockList{"second"}));
     EXPECT_CALL(config, SetAdminRoleRuleset(IsRuleset("", 0)));
     EXPECT_CALL(config, SetDefaultRoleRuleset(IsRuleset("default", setupDefaultMinChars)));
     Call("SetSessionPolicyConfig", refusedSession);

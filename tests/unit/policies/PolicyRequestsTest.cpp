@@ -46,9 +46,9 @@ TEST_F(PolicyHandler, AnswersCarryTheServiceResult) {
 }
 
 TEST_F(PolicyHandler, SettersSendWhatTheBodySays) {
-    const std::vector<String> entries{"b", "a", "b", "", String(127, 'x')};
+    const BlockList entries{"b", "a", "b", "", String(127, 'x')};
     EXPECT_CALL(config, SetSessionPolicyParameter(IsSessionPolicy(0)));
-    EXPECT_CALL(config, SetActivePasswordsBlockList(HoldsEntries(entries)));
+    EXPECT_CALL(config, SetActivePasswordsBlockList(entries));
     EXPECT_EQ(Call("SetSessionPolicyConfig", SessionPolicyBody(0)), Answer(false, "", "true"));
     EXPECT_EQ(Call("SetPasswordBlockList", R"({"passwordsBlockList":["b","a","b","",")" + String(127, 'x') + R"("]})"),
               Answer(false, "", "true"));

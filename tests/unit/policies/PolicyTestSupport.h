@@ -54,11 +54,6 @@ MATCHER_P(IsSessionPolicy, timeout, "") {
     return arg.timeoutInitialSeconds == std::uint32_t(timeout) && arg.timeoutIncrementSeconds == 1 && arg.timeoutMaximumSeconds == 2 &&
            arg.maxConcurrentSessionsCount == 3 && arg.maxSessionTimeMinutes == 4 && arg.issueTimeoutToAdminUsers;
 }
-MATCHER_P(HoldsEntries, entries, "") {
-    std::vector<String> texts;
-    for (const auto& entry : arg) texts.push_back(entry.ToString());
-    return texts == std::vector<String>(entries);
-}
 
 inline Roleruleset MakeRuleset(const char* name, std::uint32_t minCharCount) {
     Roleruleset ruleset;
@@ -69,7 +64,7 @@ inline Roleruleset MakeRuleset(const char* name, std::uint32_t minCharCount) {
 struct PolicyHandler : Kyr::Testing::UmHandlerFixture {
     // The service's state when the module is set up.
     static constexpr std::uint32_t setupTimeout = 111, setupAdminMinChars = 8, setupDefaultMinChars = 6;
-    const std::vector<String> setupBlockList{"setup-1", "setup-2"};
+    const BlockList setupBlockList{"setup-1", "setup-2"};
     // What the service's operations answer; the getters fill their argument also on failure.
     UserManagerConfigError sessionRead{}, blockListRead{}, adminRead{}, defaultRead{};
     UserManagerConfigError sessionWrite{}, blockListWrite{}, adminWrite{}, defaultWrite{};
@@ -82,8 +77,7 @@ struct PolicyHandler : Kyr::Testing::UmHandlerFixture {
         session.timeoutInitialSeconds = setupTimeout, session.timeoutIncrementSeconds = 1, session.timeoutMaximumSeconds = 2;
         session.maxConcurrentSessionsCount = 3, session.maxSessionTimeMinutes = 4, session.issueTimeoutToAdminUsers = true;
         ON_CALL(config, GetSessionPolicyParameter(_)).WillByDefault(DoAll(SetArgReferee<0>(session), ReturnPointee(&sessionRead)));
-        ON_CALL(config, GetActivePasswordsBlockList(_))
-            .WillByDefault(DoAll(SetArgReferee<0>(BlockList(setupBlockList.begin(), setupBlockList.end())), ReturnPointee(&blockListRead)));
+        ON_CALL(config, GetActivePasswordsBlockList(_)).WillByDefault(DoAll(SetArgReferee<0>(setupBlockList), ReturnPointee(&blockListRead)));
         ON_CALL(config, GetActiveAdminRoleRuleset(_))
             .WillByDefault(DoAll(SetArgReferee<0>(MakeRuleset("admin", setupAdminMinChars)), ReturnPointee(&adminRead)));
         ON_CALL(config, GetActiveDefaultRoleRuleset(_))
