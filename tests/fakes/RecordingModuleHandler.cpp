@@ -38,14 +38,4 @@ void RecordingModuleHandler::UnregisterModuleInfoEntry(const ModuleInfoEntry& en
     calls.push_back("UnregisterModuleInfoEntry:" + entry.key);
 }
 
-std::shared_ptr<RecordingModuleHandler::RequestHandler> RecordingModuleHandler::GetDataProvider(const String& name) const {
-    auto found = dataProviders.find(name);
-    return found == dataProviders.end() ? nullptr : found->second;
-}
-
-std::shared_ptr<RecordingModuleHandler::PageHandler> RecordingModuleHandler::GetPage(const String& name) const {
-    auto found = pages.find(name);
-    return found == pages.end() ? nullptr : found->second;
-}
-
 } // namespace Kyr::Testing

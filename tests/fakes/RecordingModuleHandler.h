@@ -28,10 +28,9 @@ public:
     void RefuseRegistration(const String& name) { refusedName = name; }
 
     const std::vector<String>& GetCalls() const noexcept { return calls; }
-    // Currently registered handlers (removed again by the unregister calls).
-    std::shared_ptr<RequestHandler> GetDataProvider(const String& name) const;
-    std::shared_ptr<PageHandler> GetPage(const String& name) const;
+    // Currently registered handlers by name (removed again by the unregister calls).
     const std::map<String, std::shared_ptr<RequestHandler>>& GetDataProviders() const noexcept { return dataProviders; }
+    const std::map<String, std::shared_ptr<PageHandler>>& GetPages() const noexcept { return pages; }
 
 private:
     std::vector<String> calls;

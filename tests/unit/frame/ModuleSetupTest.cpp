@@ -65,9 +65,10 @@ TEST_F(ModuleSetup, RegistersInOrderAndResetWithdrawsInItsOwnOrder) {
     EXPECT_EQ(host.GetCalls(), registrations + Calls{"RegisterModuleInfoEntry:k"});
     // A page is served by the same object as its data provider; LDAP switched off in the settings
     // leaves its provider and page registered but unavailable.
-    EXPECT_EQ(dynamic_cast<void*>(host.GetPage("LdapConfiguration").get()), dynamic_cast<void*>(host.GetDataProvider("LdapDp").get()));
+    const auto& ldapPage = host.GetPages().at("LdapConfiguration");
+    EXPECT_EQ(dynamic_cast<void*>(ldapPage.get()), dynamic_cast<void*>(host.GetDataProviders().at("LdapDp").get()));
     for (const auto& [name, handler] : host.GetDataProviders()) EXPECT_EQ(handler->IsAvailable(), name != "LdapDp") << name;
-    EXPECT_FALSE(host.GetPage("LdapConfiguration")->IsAvailable());
+    EXPECT_FALSE(ldapPage->IsAvailable());
 
     SecurityNotifications* const sender = Singleton<SecurityNotifications>::TryGetInstance();
     Kyr::Services::Modules::Wbm::Um::UmWbmModule().Init(settings.path);
