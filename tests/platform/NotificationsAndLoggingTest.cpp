@@ -27,16 +27,11 @@ TEST(NotificationTest, RegistrationSendsToEverySubscriberUntilDisposed) {
     EXPECT_FALSE(NotificationRegistration<SecurityNotificationPayload>("Security.Test", "X", Severity::Info, manager).IsValid())
         << "a name is registered once";
 
-    SecurityNotificationInfo info;
-    info.AddInfo("request", "a=1");
-    EXPECT_NO_THROW(registration.Send(registration.GetNameId(), DateTime::GetUtcNow(), SecurityNotificationPayload("Invalid", info)));
+    EXPECT_NO_THROW(registration.Send(registration.GetNameId(), DateTime::GetUtcNow(), SecurityNotificationPayload("Invalid", {})));
     manager.Unsubscribe(failing);
     EXPECT_TRUE(log.Contains("disk full", 3));
-
-    const auto notifications = capture.GetNotifications();
-    ASSERT_EQ(notifications.size(), 1u);
-    EXPECT_EQ(notifications[0].name + "|" + notifications[0].senderName + "|" + notifications[0].message, "Security.Test|WBM|Invalid");
-    EXPECT_EQ(notifications[0].info, (std::vector<std::pair<String, String>>{{"request", "a=1"}}));
+    // Every field of what arrives is checked with the module's own notification (ModuleSetupTest.cpp).
+    EXPECT_EQ(capture.GetNotifications().size(), 1u);
 
     NotificationRegistration<SecurityNotificationPayload> moved = std::move(registration);
     EXPECT_FALSE(registration.IsValid()); // NOLINT(bugprone-use-after-move): moved-from is invalid by contract
