@@ -1,4 +1,5 @@
-// Every request function of the module once, through the host and the real services.
+// Every request function of the module once, through the host and the real services (the login requirement
+// switch: PermissionsTest.cpp; the own password: LoginTest.cpp).
 #include "HostTest.h"
 
 namespace Kyr::IntegrationTests {
@@ -24,9 +25,6 @@ TEST_F(ModuleFunctionsTest, UserAdministration) {
     EXPECT_FALSE(Contains(ToJson(admin.Call("UserManagementDp/GetUserManagementConfig")), "carl"));
 
     EXPECT_EQ(admin.Call("UserManagementDp/IsUserAuthenticationRequired")["result"], true);
-    EXPECT_EQ(admin.Call("UserManagementDp/IsAuthenticationDeactivatable")["result"], false);
-    admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");
-    EXPECT_EQ(admin.Call("UserManagementInfoDp/GetPasswordInfo")["result"]["userName"], "admin");
 }
 
 TEST_F(ModuleFunctionsTest, PoliciesRoundTripAndTakeEffect) {
