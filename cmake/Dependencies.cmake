@@ -4,6 +4,8 @@ find_package(fmt CONFIG REQUIRED)
 find_package(Boost 1.74 REQUIRED COMPONENTS regex)
 pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
 pkg_check_modules(RAPIDJSON REQUIRED IMPORTED_TARGET RapidJSON)
+set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIONS
+  "SHELL:-include ${CMAKE_CURRENT_LIST_DIR}/RapidJsonAlignment.h")
 if(KYR_BUILD_HOST)
   pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
