@@ -82,7 +82,7 @@ struct ServicesTest : ::testing::Test {
     std::string LastError() { return Users()->GetLastErrorText().ToString(); }
 
     TempDir temp;
-    const std::string directory = temp.Path().string();
+    const std::string directory = (temp.Path() / "data").string(); // made by the services themselves
     std::shared_ptr<std::chrono::system_clock::time_point> now =
         std::make_shared<std::chrono::system_clock::time_point>(std::chrono::system_clock::from_time_t(1'800'000'000));
     unsigned long long hashOpsLimit = crypto_pwhash_OPSLIMIT_MIN;
