@@ -5,6 +5,7 @@
 
 #include "Kyr/System/Commons/Io/File.h"
 #include "Kyr/System/Commons/RscString.h"
+#include "fakes/TempDir.h"
 #include "fakes/Thrown.h"
 
 using Kyr::String;
@@ -31,10 +32,8 @@ TEST(SecureStrncpyTest, CopiesUpToCapacityMinusOneAndRefusesMoreOrAZeroWithoutCo
 
 TEST(FileTest, WritesOwnerOnlyFilesAndNeverThroughASymbolicLink) {
     using Kyr::System::Commons::Io::File;
-    const String directory = ::testing::TempDir() + "kyr_file_" + std::to_string(::getpid());
-    const String target = directory + "/target";
-    const String link = directory + "/link";
-    ASSERT_EQ(::mkdir(directory.c_str(), 0700), 0);
+    const Kyr::Testing::TempDir directory;
+    const String target = (directory.Path() / "target").string(), link = (directory.Path() / "link").string();
     ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0); // points nowhere yet
     EXPECT_THROW(File::WriteAll(link, {'x'}), IoException);
     EXPECT_FALSE(File::Exists(target));
@@ -49,5 +48,4 @@ TEST(FileTest, WritesOwnerOnlyFilesAndNeverThroughASymbolicLink) {
     File::Delete(target);
     EXPECT_NO_THROW(File::Delete(target)) << "deleting an absent file is no error";
     EXPECT_THROW(File::ReadAll(target), IoException);
-    ::rmdir(directory.c_str());
 }
