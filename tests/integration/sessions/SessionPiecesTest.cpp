@@ -11,9 +11,7 @@ using namespace std::chrono_literals;
 
 struct FakeClock {
     SteadyClock::time_point now = SteadyClock::time_point() + 1000h;
-    NowFunction Function() {
-        return [this] { return now; };
-    }
+    NowFunction Function() { return [this] { return now; }; }
 };
 
 TEST(SessionStoreTest, SessionsEndWhenIdleOrTooOld) {
