@@ -1,8 +1,6 @@
 #include "WebClient.h"
 
 #include <gtest/gtest.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include <csignal>
 
@@ -79,13 +77,6 @@ void WebClient::LoginAsAdminFirstTime() {
     Answer changed = ChangeOwnPassword(InitialAdminPassword, AdminPassword);
     ASSERT_EQ(changed.status, 200);
     ASSERT_EQ(changed.Json()["result"], true) << changed.body;
-}
-
-std::string ToJson(const rapidjson::Value& value) {
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    value.Accept(writer);
-    return buffer.GetString();
 }
 
 } // namespace Kyr::IntegrationTests

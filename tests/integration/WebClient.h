@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "fakes/JsonText.h"
+
 namespace Kyr::IntegrationTests {
 
 inline const char* const InitialAdminPassword = "Initial-Admin-1";
@@ -36,6 +38,6 @@ private:
     httplib::Client client;
 };
 
-std::string ToJson(const rapidjson::Value& value);
+using Kyr::Testing::ToJson;
 
 } // namespace Kyr::IntegrationTests

@@ -1,11 +1,9 @@
 // The ruleset model in both directions and the input it refuses.
 #include "PolicyTestSupport.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include "Kyr/System/Commons/Exceptions.h"
 #include "config/PasswordRuleset.h"
+#include "fakes/JsonText.h"
 
 namespace {
 
@@ -41,10 +39,7 @@ TEST(PasswordRuleset, WritesWhatItReadInKeyOrder) {
     ASSERT_EQ(ParseOutcome(parsed, validRuleset), "");
     rapidjson::Document document(rapidjson::kObjectType);
     parsed.ToJson(document, document);
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    document.Accept(writer);
-    EXPECT_EQ(String(buffer.GetString()), validRuleset);
+    EXPECT_EQ(Kyr::Testing::ToJson(document), validRuleset);
 }
 
 TEST(PasswordRuleset, RefusesWhatDoesNotFitTheServiceStruct) {
