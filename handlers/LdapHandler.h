@@ -19,7 +19,12 @@ public:
     using WbmResponse = Kyr::Services::Commons::Wbm::Messages::WbmResponse;
 
     // The one file through which an uploaded configuration reaches the service.
+    // A build for a PC host may choose another folder (CMake cache variable KYR_LDAP_TEMP_FILE_PATH).
+#ifdef KYR_LDAP_TEMP_FILE_PATH
+    static constexpr const char* LdapTempFilePath = KYR_LDAP_TEMP_FILE_PATH;
+#else
     static constexpr const char* LdapTempFilePath = "/var/tmp/ldap.config";
+#endif
 
     static constexpr const char* setLdapConfigurationFunctionName = "SetLdapConfiguration";
     static constexpr const char* getLdapConfigurationFunctionName = "GetLdapConfiguration";
