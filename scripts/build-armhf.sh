@@ -7,6 +7,7 @@
 #   scripts/build-armhf.sh               build the product (tests off, as the preset says)
 #   scripts/build-armhf.sh --tests       also build the tests and run them under qemu-user
 #   scripts/build-armhf.sh --install-only
+#   -jN                                  build jobs (default 2)
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -18,7 +19,7 @@ for argument in "$@"; do
     --tests) build_tests=ON ;;
     --install-only) install_only=true ;;
     -j*) jobs="${argument#-j}" ;;
-    -h|--help) sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
     *) echo "Unknown option: $argument" >&2; exit 2 ;;
   esac
 done
@@ -26,6 +27,7 @@ done
 sudo=""
 if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive
+native="$(dpkg --print-architecture)"
 
 # Build machine tools (qemu-user runs the armhf tests) and the target's libraries. RapidJSON is
 # headers only and architecture-independent.
@@ -75,9 +77,9 @@ align_shared_libraries() {
     common="$(grep -xF -f <(grep "^$package " <<<"$offered_native") <<<"$offered_target" \
       | awk '{print $2}' | sort -V | tail -n 1 || true)"
     [ -n "$common" ] || continue
-    pins+=("$package:amd64=$common" "$package:armhf=$common")
+    pins+=("$package:$native=$common" "$package:armhf=$common")
   done < <(dpkg-query -W -f='${db:Status-Abbrev} ${Architecture} ${Package} ${Version} ${Multi-Arch}\n' \
-    $closure 2>/dev/null | awk '$1 == "ii" && $2 == "amd64" {print $3, $4, $5}')
+    $closure 2>/dev/null | awk -v native="$native" '$1 == "ii" && $2 == native {print $3, $4, $5}')
   if [ ${#pins[@]} -gt 0 ]; then
     echo "Installing multiarch libraries at matching versions: ${pins[*]}"
     $sudo apt-get install -y -qq --no-install-recommends --allow-downgrades "${pins[@]}" >/dev/null
