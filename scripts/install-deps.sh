@@ -28,5 +28,7 @@ sudo=""
 if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
 echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
-$sudo apt-get update -qq
+# A mirror with one broken index (for example of a foreign architecture added for cross builds)
+# must not stop the install: the packages below come from the indexes that did load.
+$sudo apt-get update -qq || echo "apt-get update reported errors; going on with the indexes it has" >&2
 $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
