@@ -1,7 +1,8 @@
 # Every dependency comes from the system (Debian packages), found by its CMake config or pkg-config.
 find_package(PkgConfig REQUIRED)
 find_package(fmt CONFIG REQUIRED)
-find_package(Boost 1.74 REQUIRED COMPONENTS regex)
+# Boost 1.81: Beast and Asio for the host; Boost.Regex header-only (no ICU, no compiled library).
+find_package(Boost 1.81 EXACT REQUIRED)
 pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
 pkg_check_modules(RAPIDJSON REQUIRED IMPORTED_TARGET RapidJSON)
 set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIONS
