@@ -10,15 +10,8 @@ set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIO
 if(KYR_BUILD_HOST)
   pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
-  find_package(httplib CONFIG QUIET)
-  if(NOT TARGET httplib::httplib)
-    # Debian ships cpp-httplib as a compiled library with only a pkg-config file; its flags select
-    # the library's build options and must be used as given.
-    find_package(Threads REQUIRED)
-    pkg_check_modules(CPPHTTPLIB REQUIRED IMPORTED_TARGET GLOBAL cpp-httplib)
-    add_library(httplib::httplib INTERFACE IMPORTED GLOBAL)
-    target_link_libraries(httplib::httplib INTERFACE PkgConfig::CPPHTTPLIB Threads::Threads)
-  endif()
+  find_package(OpenSSL 3 REQUIRED)
+  find_package(Threads REQUIRED)
 endif()
 if(KYR_BUILD_TESTS)
   find_package(GTest CONFIG REQUIRED)

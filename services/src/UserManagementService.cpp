@@ -115,6 +115,8 @@ bool UserManagementService::RemoveUser(const RscString<64>& userNameArg) {
             return Fail("The last administrator cannot be removed.");
         users.Remove(user->id);
         transaction.Commit();
+        // A user added again under this name later must not inherit these sessions.
+        context->sessions.EndSessionsOfUser(name);
         LogInfo("User '{0}' removed", name);
         return true;
     });
@@ -140,6 +142,7 @@ bool UserManagementService::SetUserPassword(const RscString<64>& userNameArg, co
         // Set by someone else: the user has to choose an own password at the next login.
         users.SetPassword(user->id, hash, true, context->Now());
         transaction.Commit();
+        context->sessions.EndSessionsOfUser(name);
         LogInfo("Password of user '{0}' set; it must be changed at the next login", name);
         return true;
     });
@@ -289,8 +292,12 @@ bool UserManagementService::SetUserRoles(const RscString<64>& userName, const st
         bool keepsAdmin = std::binary_search(roles.begin(), roles.end(), std::string(AdminRole));
         if (!keepsAdmin && HoldsRole(*user, AdminRole) && users.CountUsersWithRole(AdminRole) <= 1)
             return Fail("The last administrator must keep the role Admin.");
+        std::vector<std::string> previous = users.RolesOf(user->id);
+        std::sort(previous.begin(), previous.end());
         users.SetRoles(user->id, roles);
         transaction.Commit();
+        // Sessions carry what the user was allowed at login: with other roles, the user logs in again.
+        if (previous != roles) context->sessions.EndSessionsOfUser(user->name);
         LogInfo("Roles of user '{0}' set", user->name);
         return true;
     });

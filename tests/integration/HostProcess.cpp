@@ -34,13 +34,14 @@ std::vector<std::string> EmulatorCommand() {
 }
 } // namespace
 
-HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments)
-    : logPath(dataDirectory.string() + ".host.log") {
+HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string> extraArguments, bool tls)
+    : tls(tls), logPath(dataDirectory.string() + ".host.log") {
     std::vector<std::string> arguments = {KYR_BUILD_BIN_DIR "/wbm-host", "--listen", "127.0.0.1:0",
                                           "--data-dir", dataDirectory.string(),
                                           "--module", KYR_BUILD_LIB_DIR "/libKyr.Services.Modules.Wbm.Um.so",
                                           "--settings", KYR_SOURCE_DIR "/settings/UmWbmModuleSettings.xml",
                                           "--web-root", KYR_SOURCE_DIR "/web", "--hash-cost", "min"};
+    if (!tls) arguments.push_back("--no-tls");
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
     const std::vector<std::string> emulator = EmulatorCommand();
     arguments.insert(arguments.begin(), emulator.begin(), emulator.end());
@@ -60,7 +61,7 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
     close(fds[1]);
     stdoutFile = fdopen(fds[0], "r");
     // Blocks until the address is printed or the host ends (the test's time limit guards a hang).
-    const std::string listening = "Listening on http://127.0.0.1:";
+    const std::string listening = tls ? "Listening on https://127.0.0.1:" : "Listening on http://127.0.0.1:";
     char line[512];
     while (port == 0 && fgets(line, sizeof line, stdoutFile) != nullptr) {
         startLines.emplace_back(line, std::strcspn(line, "\n"));

@@ -14,12 +14,15 @@ using Kyr::Testing::FilesContaining;
 using Kyr::Testing::TempDir;
 
 // The built wbm-host as a child process on a free loopback port, with the minimum hash cost and
-// its stderr in "<data directory>.host.log". The destructor stops it.
+// its stderr in "<data directory>.host.log"; over plain HTTP (--no-tls) unless `tls` is set. The
+// destructor stops it.
 class HostProcess {
 public:
-    HostProcess(const std::filesystem::path& dataDirectory, std::vector<std::string> extraArguments = {});
+    HostProcess(const std::filesystem::path& dataDirectory, std::vector<std::string> extraArguments = {}, bool tls = false);
     ~HostProcess() { Stop(); }
     int Port() const { return port; }
+    bool Tls() const { return tls; }
+    pid_t Pid() const { return pid; }
     // What the host printed on stdout up to the line with its address (the initial password, ...).
     const std::vector<std::string>& StartLines() const { return startLines; }
     bool IsRunning();
@@ -30,6 +33,7 @@ private:
     pid_t pid = -1;
     FILE* stdoutFile = nullptr;
     int port = 0;
+    bool tls = false;
     std::filesystem::path logPath;
     std::vector<std::string> startLines;
 };

@@ -24,7 +24,7 @@ struct HostTest : ::testing::Test {
         host = std::make_unique<HostProcess>(DataDir(), extra);
     }
     std::filesystem::path DataDir() const { return temp.Path() / "data"; }
-    WebClient Client() const { return WebClient(host->Port()); }
+    WebClient Client() const { return WebClient(host->Port(), host->Tls()); }
     WebClient Admin() {
         WebClient admin = Client();
         admin.LoginAsAdminFirstTime();

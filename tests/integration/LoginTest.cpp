@@ -110,7 +110,7 @@ TEST(GeneratedPasswordTest, IsPrintedOnFirstStart) {
         HostProcess host(temp.Path() / "data");
         const std::string prefix = "Initial password of user \"admin\": ";
         for (const auto& line : host.StartLines())
-            if (line.rfind(prefix, 0) == 0) password = line.substr(prefix.size());
+            if (auto at = line.find(prefix); at != std::string::npos) password = line.substr(at + prefix.size());
         ASSERT_GE(password.size(), 12u);
         // Typed as it is into a query string or a shell command.
         EXPECT_EQ(password.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~"),

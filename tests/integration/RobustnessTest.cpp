@@ -34,7 +34,7 @@ TEST_F(RobustnessTest, DataSurviveRestartSystemAndANewStartOfTheHost) {
 
     EXPECT_EQ(host->Stop(), 0) << host->LogText();
     host = std::make_unique<HostProcess>(DataDir());
-    EXPECT_EQ(host->StartLines().size(), 1u) << "only the address; no new initial password";
+    for (const auto& line : host->StartLines()) EXPECT_EQ(line.find("Initial password"), std::string::npos) << line;
     WebClient again = Client();
     ExpectDataKept(again);
 }
@@ -70,10 +70,10 @@ TEST_F(RobustnessTest, OversizedAndHostileRequestsAreRefusedWithoutHarm) {
     for (int i = 0; i < 40; ++i) endlessHead += "X-Filler: " + std::string(1024, 'z') + "\r\n";
     for (const auto& [unbounded, status] : {std::pair<std::string, const char*>{"POST /api/login HTTP/1.1\r\nHost: x\r\n"
                                                                                "Transfer-Encoding: chunked\r\n\r\n", "411"},
-                                            {"PUT /login.html HTTP/1.1\r\nHost: x\r\n\r\n", "411"},
-                                            {endlessHead, "400"}})
+                                            {"PUT /login.html HTTP/1.1\r\nHost: x\r\n\r\n", "405"},
+                                            {endlessHead, "431"}})
         EXPECT_EQ(RawExchange(host->Port(), unbounded).rfind(std::string("HTTP/1.1 ") + status, 0), 0u) << unbounded.substr(0, 60);
-    httplib::Headers many;
+    Headers many;
     for (int i = 0; i < 9; ++i) many.emplace("X-Filler-" + std::to_string(i), std::string(1024, 'y'));
     EXPECT_EQ(admin.Get("/api/session", many).status, 431);
 

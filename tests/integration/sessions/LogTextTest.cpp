@@ -1,7 +1,7 @@
 // What the host writes to its logs: password values hidden, one line per entry.
 #include <gtest/gtest.h>
 
-#include "LogText.h"
+#include "audit/LogText.h"
 
 namespace Kyr::WbmHost {
 namespace {

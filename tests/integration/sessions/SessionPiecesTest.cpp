@@ -1,8 +1,8 @@
 // The host's session store and login waits, with a clock the test moves (limits of minutes).
 #include <gtest/gtest.h>
 
-#include "LoginThrottle.h"
-#include "SessionStore.h"
+#include "session/LoginThrottle.h"
+#include "session/SessionStore.h"
 
 namespace Kyr::WbmHost {
 namespace {

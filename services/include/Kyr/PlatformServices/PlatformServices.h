@@ -21,6 +21,9 @@ public:
     virtual ~SessionDirectory() = default;
     // The user name owning the live session `sessionId`, or nothing for an unknown or ended session.
     virtual std::optional<String> FindUserOfSession(const String& sessionId) const = 0;
+    // Ends every session of `userName`: the user was removed, or an administrator set the user's
+    // password or changed its roles (the user logs in again).
+    virtual void EndSessionsOfUser(const String& userName) = 0;
 };
 
 // Implemented by the host's login waits. A wrong current password in a password change counts like a

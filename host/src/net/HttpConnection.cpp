@@ -1,0 +1,327 @@
+#include "net/HttpConnection.h"
+
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/ssl.hpp>
+
+#include <limits>
+#include <optional>
+
+#include "app/HostLoggers.h"
+#include "audit/LogText.h"
+#include "http/ErrorTexts.h"
+#include "http/JsonBodies.h"
+#include "http/SecurityHeaders.h"
+
+namespace Kyr::WbmHost {
+
+namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+using tcp = net::ip::tcp;
+using SteadyTime = std::chrono::steady_clock;
+
+namespace {
+
+using TlsStream = beast::ssl_stream<beast::tcp_stream>;
+
+beast::tcp_stream& Lowest(beast::tcp_stream& stream) { return stream; }
+beast::tcp_stream& Lowest(TlsStream& stream) { return beast::get_lowest_layer(stream); }
+constexpr bool IsSecure(const beast::tcp_stream*) { return false; }
+constexpr bool IsSecure(const TlsStream*) { return true; }
+
+HttpResponse ErrorResponse(int status, const std::string& path, const std::string& text) {
+    HttpResponse response;
+    response.status = status;
+    if (path.rfind("/api/", 0) == 0)
+        response.SetContent(ErrorBody(text), JsonContentType);
+    else
+        response.SetContent(HtmlErrorPage(text), HtmlContentType);
+    return response;
+}
+
+std::size_t HeaderFieldBytes(const http::fields& fields) {
+    std::size_t total = 0;
+    for (const auto& field : fields) total += field.name_string().size() + field.value().size() + 4;
+    return total;
+}
+
+// The request loop of one connection over an established stream (plain, or TLS after its handshake).
+template <class Stream>
+class HttpSession final : public StoppableConnection, public std::enable_shared_from_this<HttpSession<Stream>> {
+public:
+    HttpSession(Stream&& stream, beast::flat_buffer&& received, ConnectionSlot slot, ConnectionContext& context,
+                SteadyTime::time_point firstDeadline, std::shared_ptr<void> streamContext = nullptr)
+        : streamContext(std::move(streamContext)), stream(std::move(stream)), buffer(std::move(received)),
+          slot(std::move(slot)), context(context), headDeadline(firstDeadline) {}
+
+    ~HttpSession() override {
+        if (registered) context.registry.Remove(registration);
+    }
+
+    void Start() {
+        registration = context.registry.Add(this->shared_from_this());
+        registered = true;
+        if (context.registry.Stopping()) stopping = true;
+        ReadNextRequest(true);
+    }
+
+    void Stop() override {
+        net::dispatch(Lowest(stream).get_executor(), [self = this->shared_from_this()] {
+            self->stopping = true;
+            if (self->waitingForRequest) Lowest(self->stream).socket().close();
+        });
+    }
+
+private:
+    const std::string& Address() const { return slot->Address(); }
+
+    void ReadNextRequest(bool first) {
+        if (stopping) return Close();
+        request = HttpRequest{};
+        parser.emplace();
+        parser->header_limit(static_cast<std::uint32_t>(context.limits.headBytes));
+        // The body limit depends on the head (a session, the route): it is checked once the head is read.
+        parser->body_limit(std::numeric_limits<std::uint64_t>::max());
+        if (buffer.size() > 0 || first) return ReadHead(first ? headDeadline : SteadyTime::now() + context.limits.headTime);
+        // Between requests: wait for the first byte of the next one (keep-alive), then the head's own time.
+        waitingForRequest = true;
+        Lowest(stream).expires_after(context.limits.keepAliveIdle);
+        stream.async_read_some(buffer.prepare(1024), [self = this->shared_from_this()](beast::error_code error, std::size_t bytes) {
+            self->waitingForRequest = false;
+            if (error || self->stopping) return self->Close();
+            self->buffer.commit(bytes);
+            self->ReadHead(SteadyTime::now() + self->context.limits.headTime);
+        });
+    }
+
+    void ReadHead(SteadyTime::time_point deadline) {
+        waitingForRequest = buffer.size() == 0;
+        Lowest(stream).expires_at(deadline);
+        http::async_read_header(stream, buffer, *parser, [self = this->shared_from_this()](beast::error_code error, std::size_t) {
+            self->waitingForRequest = false;
+            self->OnHead(error);
+        });
+    }
+
+    // Which limit a head broke that was too long to parse: the start line (414) or the headers (431).
+    int OversizedHeadStatus() const {
+        const std::string_view received(static_cast<const char*>(buffer.data().data()), buffer.size());
+        const std::size_t lineEnd = received.find("\r\n");
+        return lineEnd == std::string_view::npos || lineEnd > context.limits.targetBytes + 32 ? 414 : 431;
+    }
+
+    void OnHead(beast::error_code error) {
+        if (error == http::error::header_limit || error == http::error::buffer_overflow)
+            return Refuse(ErrorResponse(OversizedHeadStatus(), "", StatusText(OversizedHeadStatus())));
+        if (error == beast::error::timeout) return Refuse(ErrorResponse(408, "", "Request head too slow"));
+        if (error == http::error::end_of_stream || error == net::error::eof || error == net::error::operation_aborted ||
+            error == net::ssl::error::stream_truncated || stopping)
+            return Close();
+        if (error) return Refuse(ErrorResponse(400, "", StatusText(400)));
+
+        const auto& head = parser->get();
+        request = HttpRequest{};
+        request.method = std::string(head.method_string());
+        request.target = std::string(head.target());
+        request.remoteAddress = Address();
+        request.secure = IsSecure(&stream);
+        const std::size_t mark = request.target.find('?');
+        if (mark != std::string::npos) request.query = request.target.substr(mark + 1);
+        const bool pathValid = DecodePath(std::string_view(request.target).substr(0, mark), request.path);
+        for (const auto& field : head) request.headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
+
+        if (request.method != "GET" && request.method != "POST") {
+            HttpResponse refused = ErrorResponse(405, request.path, StatusText(405));
+            refused.SetHeader("Allow", "GET, POST");
+            return Refuse(std::move(refused));
+        }
+        if (request.target.size() > context.limits.targetBytes) return RefuseStatus(414);
+        if (HeaderFieldBytes(head) > context.limits.headerBytes) return RefuseStatus(431);
+        if (!pathValid || request.target.empty() || request.target[0] != '/') return RefuseStatus(400);
+        // A body must announce its length: a chunked one would be read without a known size.
+        if (parser->chunked() || request.HasHeader("Transfer-Encoding")) return RefuseStatus(411);
+        const auto length = parser->content_length();
+        if (request.method == "POST" && !length) return RefuseStatus(411);
+        if (request.method == "GET" && length.value_or(0) > 0) return Refuse(ErrorResponse(400, request.path, ErrorText::GetWithBody));
+        const std::size_t limit = context.handler.BodyLimit(request);
+        if (length.value_or(0) > limit) return RefuseStatus(413);
+        keepAlive = head.keep_alive();
+        if (parser->is_done()) return Dispatch();
+
+        parser->body_limit(limit);
+        Lowest(stream).expires_after(context.limits.bodyTime);
+        if (EqualsIgnoringCase(request.Header("Expect"), "100-continue")) {
+            static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
+            net::async_write(stream, net::buffer(goOn), [self = this->shared_from_this()](beast::error_code error, std::size_t) {
+                if (error) return self->Close();
+                self->ReadBody();
+            });
+            return;
+        }
+        ReadBody();
+    }
+
+    void ReadBody() {
+        http::async_read(stream, buffer, *parser, [self = this->shared_from_this()](beast::error_code bodyError, std::size_t) {
+            if (bodyError == beast::error::timeout) return self->Refuse(ErrorResponse(408, self->request.path, ErrorText::BodyTooSlow));
+            if (bodyError) return self->Close();
+            self->request.body = std::move(self->parser->get().body());
+            self->Dispatch();
+        });
+    }
+
+    void Dispatch() {
+        Lowest(stream).expires_never();
+        auto self = this->shared_from_this();
+        const std::string method = request.method, path = request.path;
+        const bool queued = context.workers.TryPost([self, request = std::move(request)]() mutable {
+            HttpResponse response;
+            self->context.handler.Handle(request, response);
+            net::post(Lowest(self->stream).get_executor(), [self, path = std::move(request.path), method = std::move(request.method),
+                                                            response = std::move(response)]() mutable {
+                self->Write(std::move(response), method, path);
+            });
+        });
+        if (!queued) {
+            HttpResponse busy = ErrorResponse(503, path, ErrorText::Busy);
+            busy.SetHeader("Retry-After", "1");
+            Write(std::move(busy), method, path);
+        }
+    }
+
+    void RefuseStatus(int status) { Refuse(ErrorResponse(status, request.path, StatusText(status))); }
+
+    // The rest of a refused request is never read: it must not be taken for a next request.
+    void Refuse(HttpResponse response) {
+        response.closeConnection = true;
+        Write(std::move(response), request.method, request.path);
+    }
+
+    void Write(HttpResponse response, const std::string& method, const std::string& path) {
+        const bool close = response.closeConnection || !keepAlive || stopping;
+        HttpServer::LogInfo("{0} {1} {2} {3}", Address(), OneLine(method, 16), OneLine(path, 256), response.status);
+        ApplySecurityHeaders(response, IsSecure(&stream));
+        auto message = std::make_shared<http::response<http::string_body>>();
+        message->version(11);
+        message->result(static_cast<unsigned>(response.status));
+        for (auto& [name, value] : response.headers) message->insert(name, value);
+        message->body() = std::move(response.body);
+        message->keep_alive(!close);
+        message->prepare_payload();
+        keepAlive = true;
+        Lowest(stream).expires_after(context.limits.writeTime);
+        http::async_write(stream, *message, [self = this->shared_from_this(), message, close](beast::error_code error, std::size_t) {
+            if (error || close) return self->Close();
+            self->ReadNextRequest(false);
+        });
+    }
+
+    void Close() {
+        if constexpr (std::is_same_v<Stream, TlsStream>) {
+            if (!closing && Lowest(stream).socket().is_open()) {
+                closing = true;
+                // A TLS close notification, briefly; a client that does not answer it is not waited for.
+                Lowest(stream).expires_after(std::chrono::seconds(1));
+                stream.async_shutdown([self = this->shared_from_this()](beast::error_code) { self->CloseSocket(); });
+                return;
+            }
+        }
+        CloseSocket();
+    }
+
+    void CloseSocket() {
+        beast::error_code ignored;
+        Lowest(stream).socket().shutdown(tcp::socket::shutdown_both, ignored);
+        Lowest(stream).socket().close(ignored);
+    }
+
+    std::shared_ptr<void> streamContext; // what the stream refers to (the TLS context), kept while it lives
+    Stream stream;
+    beast::flat_buffer buffer;
+    ConnectionSlot slot;
+    ConnectionContext& context;
+    SteadyTime::time_point headDeadline;
+    std::optional<http::request_parser<http::string_body>> parser;
+    HttpRequest request;
+    bool keepAlive = true;
+    bool stopping = false;
+    bool closing = false;
+    bool waitingForRequest = false;
+    bool registered = false;
+    ConnectionRegistry::Handle registration;
+};
+
+std::size_t BufferLimit(const ServerLimits& limits) { return limits.headBytes + 4096; }
+
+// Waits for a new TLS connection's first bytes (within the head time), tells TLS from plain HTTP, and
+// shakes hands; only then is the TLS state of the connection allocated.
+class TlsHandshake final : public std::enable_shared_from_this<TlsHandshake> {
+public:
+    TlsHandshake(tcp::socket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context)
+        : tcpStream(std::move(socket)), buffer(BufferLimit(context.limits)), slot(std::move(slot)), tls(std::move(tls)),
+          context(context), deadline(SteadyTime::now() + context.limits.headTime) {}
+
+    void Start() {
+        tcpStream.expires_at(deadline);
+        tcpStream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+            if (error) return;
+            self->buffer.commit(bytes);
+            self->OnFirstBytes();
+        });
+    }
+
+private:
+    void OnFirstBytes() {
+        const auto* first = static_cast<const unsigned char*>(buffer.data().data());
+        if (first[0] != 0x16) return RefusePlainHttp(); // not a TLS handshake record
+        tlsStream.emplace(std::move(tcpStream), *tls);
+        tlsStream->async_handshake(net::ssl::stream_base::server, buffer.data(),
+                                   [self = shared_from_this()](beast::error_code error, std::size_t used) {
+                                       if (error) return;
+                                       self->buffer.consume(used);
+                                       auto session = std::make_shared<HttpSession<TlsStream>>(
+                                           std::move(*self->tlsStream), std::move(self->buffer), std::move(self->slot),
+                                           self->context, self->deadline, self->tls);
+                                       session->Start();
+                                   });
+    }
+
+    void RefusePlainHttp() {
+        static const std::string answer = std::string("HTTP/1.1 400 Bad Request\r\nContent-Type: text/plain; charset=utf-8\r\n"
+                                                      "Connection: close\r\nContent-Length: ") +
+                                          std::to_string(std::string(ErrorText::PlainHttpOnTlsPort).size()) + "\r\n\r\n" +
+                                          ErrorText::PlainHttpOnTlsPort;
+        tcpStream.expires_after(context.limits.writeTime);
+        net::async_write(tcpStream, net::buffer(answer), [self = shared_from_this()](beast::error_code, std::size_t) {
+            beast::error_code ignored;
+            self->tcpStream.socket().shutdown(tcp::socket::shutdown_both, ignored);
+        });
+    }
+
+    beast::tcp_stream tcpStream;
+    std::optional<TlsStream> tlsStream;
+    beast::flat_buffer buffer;
+    ConnectionSlot slot;
+    std::shared_ptr<net::ssl::context> tls;
+    ConnectionContext& context;
+    SteadyTime::time_point deadline;
+};
+
+} // namespace
+
+void StartPlainConnection(tcp::socket socket, ConnectionSlot slot, ConnectionContext& context) {
+    const auto deadline = SteadyTime::now() + context.limits.headTime;
+    auto session = std::make_shared<HttpSession<beast::tcp_stream>>(beast::tcp_stream(std::move(socket)),
+                                                                     beast::flat_buffer(BufferLimit(context.limits)),
+                                                                     std::move(slot), context, deadline);
+    session->Start();
+}
+
+void StartTlsConnection(tcp::socket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context) {
+    std::make_shared<TlsHandshake>(std::move(socket), std::move(slot), std::move(tls), context)->Start();
+}
+
+} // namespace Kyr::WbmHost
