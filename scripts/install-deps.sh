@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config ccache
   rapidjson-dev libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libssl-dev
+  libsqlite3-dev libsodium-dev libssl-dev openssl
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
 )

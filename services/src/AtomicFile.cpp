@@ -40,7 +40,7 @@ int WriteFileAtomically(const std::string& path, const std::string& content) {
     int fd = ::mkstemp(temporary.data());
     if (fd < 0) return errno;
     int error = WriteAll(fd, content);
-    if (!error && ::fchmod(fd, 0640) != 0) error = errno;
+    if (!error && ::fchmod(fd, 0600) != 0) error = errno; // the owner only, like everything in the data directory
     if (!error && ::fsync(fd) != 0) error = errno;
     if (::close(fd) != 0 && !error) error = errno;
     if (!error && ::rename(temporary.c_str(), path.c_str()) != 0) error = errno;
@@ -77,7 +77,7 @@ int ReadWholeFile(const std::string& path, std::string& content, std::size_t max
 }
 
 int AppendToFile(const std::string& path, const std::string& content) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) return errno;
     int error = WriteAll(fd, content);
     if (!error && ::fdatasync(fd) != 0) error = errno;

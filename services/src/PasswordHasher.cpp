@@ -35,11 +35,15 @@ private:
     const PasswordHasher& hasher;
 };
 
-PasswordHasher::PasswordHasher(unsigned long long opsLimit, std::size_t memLimit)
+PasswordHasher::PasswordHasher(unsigned long long opsLimit, std::size_t memLimit, const std::string& storedDummyHash)
     : opsLimit(opsLimit), memLimit(memLimit) {
     EnsureSodium();
     if (opsLimit < crypto_pwhash_OPSLIMIT_MIN || memLimit < crypto_pwhash_MEMLIMIT_MIN)
         throw std::invalid_argument("Password hash cost below the minimum");
+    if (storedDummyHash.rfind("$argon2id$", 0) == 0 && !NeedsRehash(storedDummyHash)) {
+        dummyHash = storedDummyHash;
+        return;
+    }
     unsigned char random[32];
     randombytes_buf(random, sizeof random);
     dummyHash = Hash(std::string(reinterpret_cast<const char*>(random), sizeof random));

@@ -10,7 +10,9 @@ namespace Kyr::PlatformServices {
 
 class PasswordHasher {
 public:
-    PasswordHasher(unsigned long long opsLimit, std::size_t memLimit);
+    // `storedDummyHash`: the dummy hash kept from an earlier start; a new one is made (one full hash)
+    // when it is missing or of another cost.
+    PasswordHasher(unsigned long long opsLimit, std::size_t memLimit, const std::string& storedDummyHash = {});
 
     std::string Hash(const std::string& password) const;
     bool Verify(const std::string& hash, const std::string& password) const;
@@ -18,6 +20,7 @@ public:
     bool NeedsRehash(const std::string& hash) const;
     // Verifies against a hash of random bytes: makes a check for an unknown user cost the same time.
     void VerifyDummy(const std::string& password) const;
+    const std::string& DummyHash() const { return dummyHash; }
 
     // A random password meeting the usual composition rules (upper, lower, digit, symbol).
     static std::string GeneratePassword(std::size_t length);

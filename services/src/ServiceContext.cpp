@@ -1,5 +1,7 @@
 #include "ServiceContext.h"
 
+#include "AtomicFile.h"
+
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -15,6 +17,10 @@ const std::string& PrepareDataDirectory(const std::string& path) {
     std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::replace);
     return path;
 }
+std::string StoredDummyHash(const std::string& path) {
+    std::string content;
+    return ReadWholeFile(path, content, 1024) == 0 ? content : std::string();
+}
 } // namespace
 
 DataPaths::DataPaths(const std::string& dataDirectory)
@@ -24,7 +30,8 @@ DataPaths::DataPaths(const std::string& dataDirectory)
       ldapFolder(dataDirectory + "/ldap"),
       ldapConfiguration(ldapFolder + "/ldap.conf"),
       trustStores(dataDirectory + "/truststores"),
-      securityLog(dataDirectory + "/security.log") {
+      securityLog(dataDirectory + "/security.log"),
+      dummyHash(dataDirectory + "/dummy-hash") {
     std::filesystem::create_directories(ldapFolder);
     std::filesystem::create_directories(trustStores);
 }
@@ -34,9 +41,12 @@ ServiceContext::ServiceContext(const ServicesOptions& options, SessionDirectory&
     : options(options),
       paths(options.dataDirectory),
       database(paths.database),
-      hasher(options.hashOpsLimit, options.hashMemLimit),
+      hasher(options.hashOpsLimit, options.hashMemLimit, StoredDummyHash(paths.dummyHash)),
       sessions(sessions),
-      restartRequest(std::move(restartRequest)) {}
+      restartRequest(std::move(restartRequest)) {
+    // Made once and kept, so that a start does not spend a full hash (memory and time) on it.
+    if (StoredDummyHash(paths.dummyHash) != hasher.DummyHash()) WriteFileAtomically(paths.dummyHash, hasher.DummyHash());
+}
 
 std::int64_t ServiceContext::Now() const {
     auto now = options.clock ? options.clock() : std::chrono::system_clock::now();

@@ -24,6 +24,7 @@ struct DataPaths {
     std::string ldapConfiguration;
     std::string trustStores;
     std::string securityLog;
+    std::string dummyHash; // the hash that unknown users' logins are checked against
 };
 
 class ServiceContext {

@@ -20,6 +20,8 @@ namespace http = beast::http;
 
 namespace {
 
+bool EqualsIgnoringCase(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
+
 template <class Stream>
 Answer Exchange(Stream& stream, http::request<http::string_body>& request) {
     // A host that refuses a request from its head answers before it reads the body: the answer is
@@ -54,7 +56,10 @@ rapidjson::Document Answer::Json() const {
 Answer WebClient::Send(const std::string& method, const std::string& path, const std::string& body, Headers headers) {
     http::request<http::string_body> request(http::string_to_verb(method), path, 11);
     request.set(http::field::host, "127.0.0.1:" + std::to_string(port));
-    for (const auto& [name, value] : headers) request.insert(name, value);
+    for (const auto& [name, value] : headers) {
+        if (EqualsIgnoringCase(name, "Host")) request.erase(http::field::host);
+        request.insert(name, value);
+    }
     if (method != "GET" || !body.empty()) {
         request.body() = body;
         request.prepare_payload();

@@ -199,9 +199,10 @@ int HostApplication::Run() {
                 PrintStartBanner(*services, options);
                 if (redirectPort >= 0)
                     PrintLine("Redirecting http://" + ShownHost(options.listenHost) + ":" + std::to_string(redirectPort) + " to HTTPS");
+                // The address comes last: scripts and tests read up to it.
+                if (tls) PrintLine("Certificate SHA-256 fingerprint: " + CertificateFingerprint(tls->CertificateFile()));
                 PrintLine(Kyr::String("Listening on ") + (tls ? "https://" : "http://") + ShownHost(options.listenHost) + ":" +
                           std::to_string(port));
-                if (tls) PrintLine("Certificate SHA-256 fingerprint: " + CertificateFingerprint(tls->CertificateFile()));
             }
             const bool restart = WaitForStopOrRestart();
             server.Stop();

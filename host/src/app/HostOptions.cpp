@@ -21,7 +21,7 @@ Kyr::String HostUsage() {
            "  --http-redirect-port PORT      also listen for plain HTTP on PORT, answering only redirects to HTTPS\n"
            "  --no-tls                       serve plain HTTP (tests, or behind a TLS reverse proxy)\n"
            "  --max-connections N            open connections in all (default 2048)\n"
-           "  --max-connections-per-address N  open connections from one IP address (default 32)\n"
+           "  --max-connections-per-address N  open connections from one IP address (default 64)\n"
            "  --data-dir DIR                 database, security log and files (default ./data; created if missing)\n"
            "  --module FILE                  the module library (default: ../lib/" KYR_MODULE_FILE_NAME " beside the host)\n"
            "  --settings FILE                module settings (default DATA-DIR/UmWbmModuleSettings.xml,\n"

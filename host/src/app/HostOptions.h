@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Kyr/System/Commons/String.h"
+#include "net/ServerLimits.h"
 
 namespace Kyr::WbmHost {
 
@@ -26,8 +27,8 @@ struct HostOptions {
     Kyr::String tlsCertificate;  // empty: the device certificate in the data directory
     Kyr::String tlsKey;
     int httpRedirectPort = -1;   // a plain-HTTP listener that only redirects to HTTPS; -1: none
-    std::size_t maxConnections = 2048;
-    std::size_t maxConnectionsPerAddress = 32;
+    std::size_t maxConnections = ServerLimits{}.maxConnections;
+    std::size_t maxConnectionsPerAddress = ServerLimits{}.maxConnectionsPerAddress;
 };
 
 struct ParsedOptions {

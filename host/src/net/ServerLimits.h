@@ -8,7 +8,7 @@ namespace Kyr::WbmHost {
 // fixed limit of docs/http-api.md. An idle or slow connection costs memory only, never a thread.
 struct ServerLimits {
     std::size_t maxConnections = 2048;          // in all; further ones are closed at once
-    std::size_t maxConnectionsPerAddress = 32;  // from one IP address
+    std::size_t maxConnectionsPerAddress = 64;  // from one IP address (a few browsers with 6 each)
     std::size_t headerBytes = 8 * 1024;         // all header fields together (431)
     std::size_t targetBytes = 8 * 1024;         // the request target (414)
     std::size_t headBytes = 17 * 1024;          // start line and headers as received

@@ -16,7 +16,7 @@ export async function startHost(adminPassword) {
     const fail = (why) => reject(new Error(`wbm-host ${why} (KYR_BUILD_DIR selects the build):\n${log}`));
     const keep = (chunk) => {
       log = (log + chunk).slice(-20000);
-      const listening = /^Listening on (http:\S+)$/m.exec(log);
+      const listening = /^Listening on (https?:\S+)$/m.exec(log);
       if (listening) resolve(listening[1]);
     };
     child.stdout.on('data', keep);

@@ -93,5 +93,36 @@ TEST(LoginThrottleTest, OneAttemptPerNameAtATime) {
     EXPECT_FALSE(throttle.BeginAttempt("alice", policy, false));
 }
 
+TEST(LoginThrottleTest, ManyNamesFromOneAddressWaitThere) {
+    FakeClock clock;
+    LoginThrottle throttle(clock.Function());
+    const auto policy = Policy(10, 5, 22, false);
+    for (std::uint32_t i = 0; i < LoginThrottle::AddressFreeFailures; ++i) {
+        const std::string name = "guess" + std::to_string(i);
+        ASSERT_FALSE(throttle.BeginAttempt(name, "10.0.0.9", policy, false));
+        EXPECT_EQ(throttle.RecordFailure(name, "10.0.0.9", policy, false), 10s) << "only the name waits";
+    }
+    EXPECT_EQ(throttle.RecordFailure("one-more", "10.0.0.9", policy, false), 10s);
+    EXPECT_EQ(throttle.BeginAttempt("fresh-name", "10.0.0.9", policy, false), 10s) << "the address waits";
+    // Administrators whom the policy spares wait there too, but nowhere else.
+    EXPECT_EQ(throttle.BeginAttempt("admin", "10.0.0.9", policy, true), 10s);
+    EXPECT_FALSE(throttle.BeginAttempt("admin", "10.0.0.10", policy, true));
+    EXPECT_FALSE(throttle.BeginAttempt("fresh-name", "10.0.0.10", policy, false));
+}
+
+TEST(LoginThrottleTest, AFloodOfDistinctNamesCostsBoundedMemory) {
+    FakeClock clock;
+    LoginThrottle throttle(clock.Function(), 100);
+    const auto policy = Policy(10, 5, 22, false);
+    const std::string longName(4096, 'n');
+    for (int i = 0; i < 1000; ++i) {
+        const std::string name = longName + std::to_string(i);
+        throttle.BeginAttempt(name, "", policy, false);
+        throttle.RecordFailure(name, "", policy, false);
+    }
+    EXPECT_LE(throttle.TrackedNames(), 100u);
+    EXPECT_EQ(throttle.BeginAttempt(longName + "999", "", policy, false), 10s) << "the newest names are kept";
+}
+
 } // namespace
 } // namespace Kyr::WbmHost
