@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "AuditText.h"
+#include "Kyr/PlatformServices/AuditEvents.h"
 
 namespace Kyr::PlatformServices {
 
@@ -46,7 +47,8 @@ void SyslogForwarder::Enqueue(const AuditRecord& record) {
     std::string framed = FrameOctetCounted(SyslogMessage(record, hostName, AppName, static_cast<long>(::getpid())));
     {
         std::lock_guard<std::mutex> lock(mutex);
-        if (queue.size() >= queueLength) {
+        // The record of a resumption always gets in: it tells the collector about the gap.
+        if (queue.size() >= queueLength && record.eventId != AuditEvents::ForwardingResumed) {
             ++drops;
             return;
         }
