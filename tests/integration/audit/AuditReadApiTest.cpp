@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
+#include "audit/AuditHostOptions.h"
 #include "audit/AuditQueryString.h"
 #include "audit/AuditRendering.h"
 
@@ -147,6 +148,50 @@ TEST(AuditRendering, CsvCellsCannotStartFormulasOrBreakRows) {
               "\"a, \"\"quoted\"\"\r\nsecond line\"\r\n"
               "6,2026-11-23T10:00:00.042Z,\"user.added\",\"access\",success,\"'@admin\",\"127.0.0.1\",\"'-1+1\","
               "\"'+cmd|' /C calc'!A0\"\r\n");
+}
+
+} // namespace
+} // namespace Kyr::WbmHost::Audit
+
+namespace Kyr::WbmHost::Audit {
+namespace {
+
+Ps::AuditOptions Applied(const std::vector<std::pair<std::string, std::string>>& arguments) {
+    Ps::AuditOptions options;
+    for (const auto& [name, value] : arguments) EXPECT_TRUE(ApplyAuditHostOption(name, value, options)) << name;
+    CheckAuditHostOptions(options);
+    return options;
+}
+
+TEST(AuditHostOptions, ReadTheCollectorBoundAndFailClosedSwitch) {
+    const auto tls = Applied({{"--syslog-tls-trust-store", "collectors"}, {"--syslog", "tls://[::1]"},
+                              {"--audit-max-records", "5000"}, {"--audit-fail-closed", "on"}});
+    ASSERT_TRUE(tls.syslog);
+    EXPECT_EQ(tls.syslog->host, "::1");
+    EXPECT_EQ(tls.syslog->port, 6514);
+    EXPECT_EQ(tls.syslog->trustStore, "collectors") << "kept whichever option came first";
+    EXPECT_EQ(tls.maxRecords, 5000);
+    EXPECT_TRUE(tls.failClosed);
+    const auto defaults = Applied({});
+    EXPECT_FALSE(defaults.syslog);
+    EXPECT_EQ(defaults.maxRecords, 100000);
+    EXPECT_FALSE(defaults.failClosed);
+
+    Ps::AuditOptions options;
+    EXPECT_FALSE(ApplyAuditHostOption("--listen", "127.0.0.1:1", options));
+    for (const auto& [name, value] : std::vector<std::pair<std::string, std::string>>{
+             {"--syslog", "udp://x"}, {"--syslog-tls-trust-store", "../etc"}, {"--audit-max-records", "0"},
+             {"--audit-max-records", "10000001"}, {"--audit-fail-closed", "yes"}})
+        EXPECT_THROW(ApplyAuditHostOption(name, value, options), std::invalid_argument) << name << " " << value;
+
+    for (const auto& arguments : std::vector<std::vector<std::pair<std::string, std::string>>>{
+             {{"--syslog", "tls://collector"}},
+             {{"--syslog", "tcp://collector"}, {"--syslog-tls-trust-store", "x"}},
+             {{"--syslog-tls-trust-store", "x"}}}) {
+        Ps::AuditOptions partial;
+        for (const auto& [name, value] : arguments) ApplyAuditHostOption(name, value, partial);
+        EXPECT_THROW(CheckAuditHostOptions(partial), std::invalid_argument) << arguments.front().second;
+    }
 }
 
 } // namespace
