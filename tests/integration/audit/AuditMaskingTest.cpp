@@ -4,6 +4,7 @@
 #include <set>
 
 #include "Kyr/PlatformServices/AuditEvents.h"
+#include "audit/AccessRecords.h"
 #include "audit/AuditMasking.h"
 #include "audit/ModuleRequestAudit.h"
 
@@ -99,6 +100,37 @@ TEST(AuditCatalogue, EveryEventHasOneCategoryAndEveryIdIsUnique) {
         EXPECT_EQ(Events::CategoryOf(event.id), std::string(event.category));
     }
     EXPECT_FALSE(Events::CategoryOf("user.deleted"));
+}
+
+} // namespace
+} // namespace Kyr::WbmHost::Audit
+
+namespace Kyr::WbmHost::Audit {
+namespace {
+
+TEST(AccessRecords, LoginAttemptsNameTheirTargetButNeverThePassword) {
+    struct Case {
+        bool success;
+        std::string name, password;
+        const char* eventId;
+        std::string user, target;
+    };
+    const Case cases[] = {
+        {true, "admin", "Admin-Pw-1", Events::LoginSucceeded, "admin", "admin"},
+        {false, "admin", "wrong", Events::LoginFailed, "", "admin"},
+        {false, "Typed-Pw-2", "Typed-Pw-2", Events::LoginFailed, "", "***"},
+        {false, "evil\"\n name", "x", Events::LoginFailed, "", "evil\"\\n name"},
+        {false, std::string(100, 'n'), "x", Events::LoginFailed, "", std::string(64, 'n') + "..."},
+    };
+    for (const Case& item : cases) {
+        const auto record = LoginRecord(item.success, item.name, item.password, "wrong user name or password", "::1");
+        EXPECT_EQ(record.eventId, item.eventId) << item.name;
+        EXPECT_EQ(record.outcome, item.success ? AuditOutcome::Success : AuditOutcome::Failure);
+        EXPECT_EQ(record.user, item.user) << item.name;
+        EXPECT_EQ(record.target, item.target) << item.name;
+        EXPECT_EQ(record.source, "::1");
+        EXPECT_EQ(record.detail, "wrong user name or password");
+    }
 }
 
 } // namespace

@@ -102,7 +102,7 @@ public:
     // its escaped line to the security log and queues it for the syslog collector. False when it could
     // not be stored (the failure is logged); the record is then still logged and forwarded.
     virtual bool RecordAudit(const AuditRecord& record) = 0;
-    // Records matching the query, one page; throws DatabaseError-like std::runtime_error on failure.
+    // Records matching the query, one page; throws std::runtime_error when the database fails.
     virtual AuditPage QueryAudit(const AuditQuery& query) = 0;
     virtual AuditStatus GetAuditStatus() = 0;
     // True while changing requests must be refused: the audit trail is fail-closed and the newest
