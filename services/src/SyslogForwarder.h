@@ -2,7 +2,8 @@
 // Forwards audit records to a syslog collector from its own thread. Callers only put a record into a
 // bounded queue: a collector that is down or slow never holds them up; what does not fit is dropped
 // and counted. When the collector is reachable again after a failure, `resumed` is called (on the
-// forwarder's thread) with the records dropped meanwhile, to record that event.
+// forwarder's thread) with the records dropped meanwhile, to record that event; that record is
+// queued even when the queue is full.
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
