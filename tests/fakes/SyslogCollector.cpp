@@ -77,7 +77,7 @@ SyslogCollector::SyslogCollector(const fs::path& folder, std::optional<Collector
     config << "module(load=\"imtcp\""
            << (tls ? " streamDriver.name=\"ossl\" streamDriver.mode=\"1\" streamDriver.authMode=\"anon\"" : "") << ")\n";
     config << "input(type=\"imtcp\" address=\"127.0.0.1\" port=\"" << port << "\")\n";
-    config << "template(name=\"raw\" type=\"string\" string=\"%rawmsg%\\n\")\n";
+    config << "template(name=\"raw\" type=\"string\" string=\"%msgid% %structured-data% | %rawmsg%\\n\")\n";
     config << "action(type=\"omfile\" file=\"" << (folder / "received.log").string() << "\" template=\"raw\")\n";
     config.close();
     Start();

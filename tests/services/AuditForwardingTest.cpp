@@ -52,13 +52,16 @@ TEST_F(AuditForwarding, RecordsReachTheCollectorAsEscapedStructuredData) {
     EXPECT_NE(received.find("<84>1 "), std::string::npos) << "authpriv.warning for the failure: " << received;
     EXPECT_NE(received.find("<85>1 "), std::string::npos) << "authpriv.notice for the success: " << received;
     EXPECT_NE(received.find(" wbm-host "), std::string::npos) << received;
-    EXPECT_NE(received.find("[audit@32473 seq=\"1\" event=\"session.login.failure\" category=\"access\" "
-                            "outcome=\"failure\" user=\"evil\\\" address=\\\"10.9.9.9\\\"\\] x=\\\"\" "
-                            "address=\"127.0.0.1\""),
-              std::string::npos)
+    // The collector's own RFC 5424 parser found the MSGID and the whole structured data element (it
+    // writes each line as "MSGID STRUCTURED-DATA | raw message"; "-" when it could not parse them).
+    EXPECT_EQ(received.rfind("session.login.failure [audit@32473 seq=\"1\" event=\"session.login.failure\" "
+                             "category=\"access\" outcome=\"failure\" user=\"evil\\\" address=\\\"10.9.9.9\\\"\\] "
+                             "x=\\\"\" address=\"127.0.0.1\" target=",
+                             0),
+              0u)
         << received;
-    EXPECT_NE(received.find("event=\"user.added\" category=\"configuration\" outcome=\"success\" user=\"admin\" "
-                            "address=\"\" target=\"operator1\"]"),
+    EXPECT_NE(received.find("\nuser.added [audit@32473 seq=\"2\" event=\"user.added\" category=\"configuration\" "
+                            "outcome=\"success\" user=\"admin\" address=\"\" target=\"operator1\"] |"),
               std::string::npos)
         << received;
 }
