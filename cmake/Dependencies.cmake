@@ -10,6 +10,7 @@ set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIO
 if(KYR_BUILD_HOST)
   pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
+  # OpenSSL: HTTPS, and the audit trail's syslog forwarding over TLS.
   find_package(OpenSSL 3 REQUIRED)
   find_package(Threads REQUIRED)
 endif()

@@ -30,11 +30,13 @@ export DEBIAN_FRONTEND=noninteractive
 native="$(dpkg --print-architecture)"
 
 # Build machine tools (qemu-user runs the armhf tests) and the target's libraries. RapidJSON is
-# headers only and architecture-independent.
-host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user)
+# headers only and architecture-independent. rsyslog and openssl are the audit tests' syslog collector
+# and its test CA, run natively.
+host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user
+  rsyslog rsyslog-openssl openssl)
 target_packages=(
   libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libcpp-httplib-dev
+  libsqlite3-dev libsodium-dev libcpp-httplib-dev libssl-dev
   libgtest-dev libgmock-dev
 )
 wanted=("${host_packages[@]}")

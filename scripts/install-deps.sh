@@ -6,9 +6,12 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config ccache
   rapidjson-dev libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libssl-dev openssl
+  libsqlite3-dev libsodium-dev libssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
+  # Audit forwarding tests: a real syslog collector (TCP, and TLS through its OpenSSL driver) and the
+  # openssl command that makes their test CA.
+  rsyslog rsyslog-openssl openssl
 )
 # Extra packages named on the command line (e.g. the browser tests' chromium).
 packages+=("$@")

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "AtomicFile.h"
+#include "AuditTrail.h"
 #include "AuthorizationService.h"
 #include "ConfigStore.h"
 #include "DeviceControlService.h"
@@ -28,7 +29,8 @@ public:
           authorization(std::make_shared<AuthorizationService>(context)),
           deviceControl(std::make_shared<DeviceControlService>(restartRequest)),
           trustStores(std::make_shared<TrustStoreManagementService>(context->paths.trustStores)),
-          loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)) {
+          loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)),
+          audit(std::make_unique<AuditTrail>(*context)) {
         if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
         initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
     }
@@ -75,6 +77,11 @@ public:
             LogError("Cannot append to the security log: errno {0}", error);
     }
 
+    bool RecordAudit(const AuditRecord& record) override { return audit->Record(record); }
+    AuditPage QueryAudit(const AuditQuery& query) override { return audit->Query(query); }
+    AuditStatus GetAuditStatus() override { return audit->Status(); }
+    bool AuditBlocksChanges() override { return audit->BlocksChanges(); }
+
 private:
     std::vector<std::pair<String, std::shared_ptr<Kyr::System::Rsc::IRscService>>> Entries() const {
         namespace Um = Kyr::System::Um::Services;
@@ -97,6 +104,7 @@ private:
     std::shared_ptr<DeviceControlService> deviceControl;
     std::shared_ptr<TrustStoreManagementService> trustStores;
     std::shared_ptr<SystemUseNotificationService> loginText;
+    std::unique_ptr<AuditTrail> audit;
     std::optional<String> initialAdminPassword;
     bool registered = false;
 };

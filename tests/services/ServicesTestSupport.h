@@ -55,6 +55,7 @@ struct ServicesTest : ::testing::Test {
         options.authenticationDeactivatable = authenticationDeactivatable;
         options.initialAdminPassword = AdminPassword;
         options.clock = [now = now] { return *now; };
+        options.audit = audit;
         services = Ps::PlatformServices::Open(options, sessions, [this] { ++restarts; });
         services->RegisterServices();
     }
@@ -90,6 +91,7 @@ struct ServicesTest : ::testing::Test {
         std::make_shared<std::chrono::system_clock::time_point>(std::chrono::system_clock::from_time_t(1'800'000'000));
     unsigned long long hashOpsLimit = crypto_pwhash_OPSLIMIT_MIN;
     TableSessions sessions;
+    Ps::AuditOptions audit; // taken by Open
     int restarts = 0;
     std::unique_ptr<Ps::PlatformServices> services;
 };

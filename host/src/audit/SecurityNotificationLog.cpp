@@ -1,8 +1,10 @@
 #include "audit/SecurityNotificationLog.h"
 
 #include "app/HostLoggers.h"
-#include "Kyr/System/NmPayload/Security/SecurityNotificationPayload.h"
+#include "audit/AuditMasking.h"
 #include "audit/LogText.h"
+#include "Kyr/PlatformServices/AuditEvents.h"
+#include "Kyr/System/NmPayload/Security/SecurityNotificationPayload.h"
 
 namespace Kyr::WbmHost {
 
@@ -20,15 +22,31 @@ Kyr::String FormatSecurityNotification(const Kyr::System::Nm::Notification& noti
     return line;
 }
 
+namespace {
+// The module's security notifications report invalid requests: one audit record each, the
+// notification's name and message (passwords masked) as its detail, the function as its target.
+Kyr::PlatformServices::AuditRecord InvalidRequestRecord(const Kyr::System::Nm::Notification& notification,
+                                                        const SecurityNotificationPayload& payload) {
+    Kyr::PlatformServices::AuditRecord record;
+    record.eventId = Kyr::PlatformServices::AuditEvents::InvalidRequest;
+    record.outcome = Kyr::PlatformServices::AuditOutcome::Failure;
+    record.detail = Audit::MaskAuditDetail(notification.name + ": " + payload.GetMessage());
+    for (const auto& [key, value] : payload.GetInfo().GetEntries())
+        if (key == "function") record.target = Audit::MaskAuditDetail(value, {}, 256);
+    return record;
+}
+} // namespace
+
 SecurityNotificationLog::SecurityNotificationLog(Kyr::System::Nm::NotificationManager& manager,
                                                  Kyr::PlatformServices::PlatformServices& services)
     : manager(manager) {
     subscription = manager.Subscribe([&services](const Kyr::System::Nm::Notification& notification) {
-        if (!std::dynamic_pointer_cast<const SecurityNotificationPayload>(notification.payload)) return;
+        auto payload = std::dynamic_pointer_cast<const SecurityNotificationPayload>(notification.payload);
+        if (!payload) return;
         const Kyr::String line = FormatSecurityNotification(notification);
         SecurityLog::Log(static_cast<int>(Kyr::System::Commons::Logging::LogLevel::Warning), "{0}", line);
         try {
-            services.AppendSecurityLog(line);
+            services.RecordAudit(InvalidRequestRecord(notification, *payload));
         } catch (const std::exception& error) {
             SecurityLog::LogError("Cannot append to the security log: {0}", error.what());
         }

@@ -9,7 +9,8 @@ namespace Kyr::WbmHost {
 Kyr::String FormatSecurityNotification(const Kyr::System::Nm::Notification& notification);
 
 // Subscribes to the notification manager for the lifetime of this object: every notification that
-// carries a security payload goes to the services' security log and to the host log.
+// carries a security payload (the module's invalid requests) becomes an audit record ("request.invalid")
+// and a line in the host log.
 class SecurityNotificationLog {
 public:
     SecurityNotificationLog(Kyr::System::Nm::NotificationManager& manager,

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "Kyr/PlatformServices/Audit.h"
 #include "Kyr/System/Commons/String.h"
 #include "Kyr/System/Um/Services/UmStructs.h"
 
@@ -55,6 +56,8 @@ struct ServicesOptions {
     std::function<std::chrono::system_clock::time_point()> clock;
     // The host's login waits, which must outlive the services; none: password changes do not wait.
     PasswordAttempts* passwordAttempts = nullptr;
+    // The audit trail's bound, fail-closed switch and syslog collector.
+    AuditOptions audit;
 };
 
 enum class LoginOutcome {
@@ -94,8 +97,20 @@ public:
     virtual bool IsAuthenticationRequired() = 0;
     virtual Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() = 0;
 
-    // Appends a security notification to the security log in the data directory.
+    // Appends a line as it is to the security log in the data directory (line breaks become spaces).
+    // Only for callers that have not moved to RecordAudit yet: the line's fields are not escaped.
     virtual void AppendSecurityLog(const String& line) = 0;
+
+    // Stores an audit record in one transaction (time 0: now; empty category: the catalogue's), appends
+    // its escaped line to the security log and queues it for the syslog collector. False when it could
+    // not be stored (the failure is logged); the record is then still logged and forwarded.
+    virtual bool RecordAudit(const AuditRecord& record) = 0;
+    // Records matching the query, one page; throws std::runtime_error when the database fails.
+    virtual AuditPage QueryAudit(const AuditQuery& query) = 0;
+    virtual AuditStatus GetAuditStatus() = 0;
+    // True while changing requests must be refused: the audit trail is fail-closed and the newest
+    // record could not be stored. The next record that is stored ends it.
+    virtual bool AuditBlocksChanges() = 0;
 };
 
 } // namespace Kyr::PlatformServices
