@@ -20,7 +20,7 @@ namespace Ps = Kyr::PlatformServices;
 
 struct NoSessions : Ps::SessionDirectory {
     std::optional<Kyr::String> FindUserOfSession(const Kyr::String&) const override { return std::nullopt; }
-    void EndSessionsOfUser(const Kyr::String&) override {}
+    void EndSessionsOfUser(const Kyr::String&, const char*) override {}
 };
 
 // A loopback port; `listening`: a socket that accepts into its backlog and never reads.

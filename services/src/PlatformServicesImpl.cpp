@@ -68,15 +68,6 @@ public:
         return ConfigStore(context->database).LoadSessionPolicy();
     }
 
-    void AppendSecurityLog(const String& line) override {
-        // One entry per line: line breaks inside the entry must not forge further entries.
-        String entry = line;
-        std::replace_if(entry.begin(), entry.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-        std::lock_guard<std::mutex> lock(context->securityLogMutex);
-        if (int error = AppendToFile(context->paths.securityLog, entry + "\n"))
-            LogError("Cannot append to the security log: errno {0}", error);
-    }
-
     bool RecordAudit(const AuditRecord& record) override { return audit->Record(record); }
     AuditPage QueryAudit(const AuditQuery& query) override { return audit->Query(query); }
     AuditStatus GetAuditStatus() override { return audit->Status(); }

@@ -1,5 +1,7 @@
 #include "UserManagementService.h"
 
+#include "Kyr/PlatformServices/AuditEvents.h"
+
 #include <algorithm>
 
 #include "ConfigStore.h"
@@ -116,7 +118,7 @@ bool UserManagementService::RemoveUser(const RscString<64>& userNameArg) {
         users.Remove(user->id);
         transaction.Commit();
         // A user added again under this name later must not inherit these sessions.
-        context->sessions.EndSessionsOfUser(name);
+        context->sessions.EndSessionsOfUser(name, AuditEvents::EndedUserRemoved);
         LogInfo("User '{0}' removed", name);
         return true;
     });
@@ -142,7 +144,7 @@ bool UserManagementService::SetUserPassword(const RscString<64>& userNameArg, co
         // Set by someone else: the user has to choose an own password at the next login.
         users.SetPassword(user->id, hash, true, context->Now());
         transaction.Commit();
-        context->sessions.EndSessionsOfUser(name);
+        context->sessions.EndSessionsOfUser(name, AuditEvents::EndedUserChanged);
         LogInfo("Password of user '{0}' set; it must be changed at the next login", name);
         return true;
     });
@@ -297,7 +299,7 @@ bool UserManagementService::SetUserRoles(const RscString<64>& userName, const st
         users.SetRoles(user->id, roles);
         transaction.Commit();
         // Sessions carry what the user was allowed at login: with other roles, the user logs in again.
-        if (previous != roles) context->sessions.EndSessionsOfUser(user->name);
+        if (previous != roles) context->sessions.EndSessionsOfUser(user->name, AuditEvents::EndedUserChanged);
         LogInfo("Roles of user '{0}' set", user->name);
         return true;
     });

@@ -55,12 +55,6 @@ TEST_F(Files, TrustStoresAreTheFoldersSorted) {
     EXPECT_EQ(names, (std::vector<std::string>{"Alpha", "mid", "zeta"}));
 }
 
-TEST_F(Files, SecurityLogAppendsOneLinePerEntry) {
-    services->AppendSecurityLog("first");
-    services->AppendSecurityLog("forged\nsecond line");
-    EXPECT_EQ(ReadFileText(directory + "/security.log"), "first\nforged second line\n");
-}
-
 TEST_F(Files, DataDirectoryIsPrivateAndHoldsNoClearPassword) {
     auto permissions = std::filesystem::status(directory).permissions();
     EXPECT_EQ(permissions & (std::filesystem::perms::group_all | std::filesystem::perms::others_all),

@@ -31,7 +31,7 @@ public:
         auto found = sessions.find(sessionId);
         return found == sessions.end() ? std::nullopt : std::optional<String>(found->second);
     }
-    void EndSessionsOfUser(const String& userName) override {
+    void EndSessionsOfUser(const String& userName, const char*) override {
         for (auto it = sessions.begin(); it != sessions.end();) it = it->second == userName ? sessions.erase(it) : std::next(it);
     }
     std::map<String, String> sessions;

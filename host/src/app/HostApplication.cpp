@@ -11,6 +11,8 @@
 #include "app/HostLoggers.h"
 #include "app/HostRequestHandler.h"
 #include "app/StderrLogSink.h"
+#include "audit/AccessRecords.h"
+#include "Kyr/PlatformServices/AuditEvents.h"
 #include "audit/SecurityNotificationLog.h"
 #include "bridge/LoadedModule.h"
 #include "Kyr/System/Commons/AppDomain.h"
@@ -27,6 +29,7 @@ using Kyr::System::Commons::AppDomain;
 using Kyr::System::Commons::Singleton;
 using Kyr::System::Commons::Logging::LogManager;
 using Kyr::System::Nm::NotificationManager;
+namespace Events = Kyr::PlatformServices::AuditEvents;
 
 // The host's application domain lives as long as the process: logging keeps a pointer to it.
 AppDomain& HostAppDomain() {
@@ -97,6 +100,12 @@ void PrintStartBanner(Kyr::PlatformServices::PlatformServices& services, const H
     } else if (!generated && !options.initialAdminPassword.empty()) {
         PrintLine("The --admin-password option was ignored: the database already exists.");
     }
+}
+
+void RecordHostEvent(Kyr::PlatformServices::PlatformServices& services, const char* eventId) {
+    Kyr::PlatformServices::AuditRecord record;
+    record.eventId = eventId;
+    services.RecordAudit(record);
 }
 
 } // namespace
@@ -173,7 +182,12 @@ int HostApplication::Run() {
         servicesOptions.authenticationDeactivatable = options.allowAuthenticationDeactivation;
         servicesOptions.initialAdminPassword = options.initialAdminPassword;
         servicesOptions.passwordAttempts = &throttle;
+        servicesOptions.audit = options.audit;
         auto services = Kyr::PlatformServices::PlatformServices::Open(servicesOptions, sessions, [this] { RequestRestart(); });
+        RecordHostEvent(*services, Events::HostStarted);
+        sessions.SetEndListener([&services = *services](const Kyr::String& user, const char* reason) {
+            services.RecordAudit(Audit::SessionEndedRecord(user, reason));
+        });
         SecurityNotificationLog securityLog(*platform.notifications, *services);
         PublishedServices published(*services);
 
@@ -208,9 +222,11 @@ int HostApplication::Run() {
             server.Stop();
             module.reset();
             if (!restart) break;
-            sessions.EndAll();
+            sessions.EndAll(Events::EndedRestart);
             HostLifecycle::LogInfo("Restarting: module unloaded, setting it up again");
         }
+        sessions.SetEndListener(nullptr);
+        RecordHostEvent(*services, Events::HostStopped);
         HostLifecycle::LogInfo("Stopped");
         return 0;
     } catch (const std::exception& error) {

@@ -1,5 +1,7 @@
 #include "app/HostOptions.h"
 
+#include "audit/AuditHostOptions.h"
+
 #include <sodium.h>
 
 #include <filesystem>
@@ -33,7 +35,8 @@ Kyr::String HostUsage() {
            "  --allow-auth-deactivation      allow switching the login requirement off\n"
            "  --admin-password PASSWORD      initial password of \"admin\" when the database is created\n"
            "                                 (default: a generated one, printed once)\n"
-           "  --help                         this text\n";
+           "  --help                         this text\n" +
+           Kyr::String(Audit::AuditHostOptionsUsage());
 }
 
 namespace {
@@ -118,12 +121,16 @@ ParsedOptions ParseHostOptions(const std::vector<Kyr::String>& arguments, const 
                 continue;
             }
             auto setter = valued.find(name);
-            if (setter == valued.end()) throw std::invalid_argument("Unknown option " + name);
+            const bool audit = name.rfind("--syslog", 0) == 0 || name.rfind("--audit-", 0) == 0;
+            if (setter == valued.end() && !audit) throw std::invalid_argument("Unknown option " + name);
             if (!value) {
                 if (i + 1 >= arguments.size()) throw std::invalid_argument(name + " expects a value");
                 value = arguments[++i];
             }
-            setter->second(*value);
+            if (setter != valued.end())
+                setter->second(*value);
+            else if (!Audit::ApplyAuditHostOption(name, *value, options.audit))
+                throw std::invalid_argument("Unknown option " + name);
         }
         auto cost = ParseHashCost(hashCost);
         if (!cost) throw std::invalid_argument("--hash-cost expects min, interactive, moderate or sensitive");
@@ -133,6 +140,7 @@ ParsedOptions ParseHostOptions(const std::vector<Kyr::String>& arguments, const 
             throw std::invalid_argument("--tls-cert and --tls-key go together");
         if (!options.tls && (!options.tlsCertificate.empty() || options.httpRedirectPort >= 0))
             throw std::invalid_argument("--no-tls excludes --tls-cert, --tls-key and --http-redirect-port");
+        Audit::CheckAuditHostOptions(options.audit);
         if (options.maxConnections == 0 || options.maxConnectionsPerAddress == 0)
             throw std::invalid_argument("The connection limits must be at least 1");
     } catch (const std::invalid_argument& error) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Kyr/System/Commons/String.h"
+#include "Kyr/PlatformServices/Audit.h"
 #include "net/ServerLimits.h"
 
 namespace Kyr::WbmHost {
@@ -29,6 +30,7 @@ struct HostOptions {
     int httpRedirectPort = -1;   // a plain-HTTP listener that only redirects to HTTPS; -1: none
     std::size_t maxConnections = ServerLimits{}.maxConnections;
     std::size_t maxConnectionsPerAddress = ServerLimits{}.maxConnectionsPerAddress;
+    Kyr::PlatformServices::AuditOptions audit; // --syslog, --audit-max-records, ...
 };
 
 struct ParsedOptions {

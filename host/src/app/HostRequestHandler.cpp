@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "app/HostLoggers.h"
+#include "audit/AuditRoutes.h"
 #include "audit/LogText.h"
 #include "bridge/ModuleRoutes.h"
 #include "http/ErrorTexts.h"
@@ -16,6 +17,7 @@ namespace Kyr::WbmHost {
 
 HostRequestHandler::HostRequestHandler(HostContext& context, const ServerLimits& limits) : context(context), limits(limits) {
     AddSessionRoutes(router, context);
+    AddAuditRoutes(router, context);
     AddModuleRoutes(router, context);
     AddPageRoutes(router, context);
 }

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "app/HostLoggers.h"
+#include "audit/ModuleRequestAudit.h"
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/RouteAnswers.h"
@@ -69,13 +70,15 @@ std::optional<int> Refusal(HostContext& context, const HttpRequest& request, con
     return std::nullopt;
 }
 
-void ModuleFunction(HostContext& context, const HttpRequest& request, HttpResponse& response) {
+void AnswerModuleFunction(HostContext& context, const HttpRequest& request, const Caller& caller, HttpResponse& response) {
     const Kyr::String& provider = request.matches[1];
     const Kyr::String& function = request.matches[2];
-    Caller caller = context.ResolveCaller(request);
     auto handler = context.registry.FindDataProvider(provider);
     if (!handler || !handler->HasRequestFunction(function)) return JsonAnswer(response, 404, ErrorBody(ErrorText::UnknownFunction));
     if (Refusal(context, request, caller, *handler, provider, function, response)) return;
+    // With the audit trail failing closed, nothing changes that could not be recorded.
+    if (!IsReadOnlyFunction(function) && context.services.AuditBlocksChanges())
+        return JsonAnswer(response, 503, ErrorBody(ErrorText::AuditUnavailable));
 
     const Messages::SecurityToken token(caller.session ? caller.session->id : Kyr::String());
     try {
@@ -95,6 +98,18 @@ void ModuleFunction(HostContext& context, const HttpRequest& request, HttpRespon
         HttpServer::LogError("Request function {0}/{1} failed with an unknown exception", provider, function);
         JsonAnswer(response, 500, ErrorBody(ErrorText::UnknownException));
     }
+}
+
+// Every call of a changing function is recorded with its outcome, refusals by the host included.
+void ModuleFunction(HostContext& context, const HttpRequest& request, HttpResponse& response) {
+    const Caller caller = context.ResolveCaller(request);
+    AnswerModuleFunction(context, request, caller, response);
+    Audit::RequestOrigin origin;
+    origin.source = request.remoteAddress;
+    if (caller.session) origin = {caller.session->userName, request.remoteAddress, {caller.session->id, caller.session->csrfToken}};
+    if (auto record = Audit::ModuleRequestRecord(request.matches[1], request.matches[2], request.body, response.status,
+                                                 response.body, origin))
+        context.services.RecordAudit(*record);
 }
 
 } // namespace

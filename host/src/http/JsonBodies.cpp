@@ -1,5 +1,7 @@
 #include "http/JsonBodies.h"
 
+#include "session/SessionStore.h"
+
 #include <rapidjson/document.h>
 #include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
@@ -30,6 +32,38 @@ Kyr::String ErrorBody(const Kyr::String& errorText) {
     writer.Bool(true);
     writer.Key("errorText");
     Text(writer, errorText);
+    writer.EndObject();
+    return Done(buffer);
+}
+
+Kyr::String SessionsBody(const std::vector<SessionView>& sessions) {
+    rapidjson::StringBuffer buffer;
+    Writer writer(buffer);
+    writer.StartObject();
+    writer.Key("sessions");
+    writer.StartArray();
+    for (const auto& session : sessions) {
+        writer.StartObject();
+        writer.Key("handle");
+        Text(writer, session.handle);
+        writer.Key("userName");
+        Text(writer, session.userName);
+        writer.Key("sourceAddress");
+        Text(writer, session.sourceAddress);
+        writer.Key("loginTime");
+        writer.Int64(session.loginTimeMs);
+        writer.Key("lastActivity");
+        writer.Int64(session.lastActivityMs);
+        writer.Key("expires");
+        if (session.expiresMs > 0)
+            writer.Int64(session.expiresMs);
+        else
+            writer.Null();
+        writer.Key("own");
+        writer.Bool(session.own);
+        writer.EndObject();
+    }
+    writer.EndArray();
     writer.EndObject();
     return Done(buffer);
 }

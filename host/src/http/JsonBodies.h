@@ -15,6 +15,10 @@ Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToke
 Kyr::String LinesBody(const std::vector<Kyr::String>& lines);
 Kyr::String NoErrorBody();
 
+struct SessionView;
+// {"sessions":[{"handle":..,"userName":..,"sourceAddress":..,"loginTime":ms,"lastActivity":ms,"expires":ms|null,"own":bool}]}
+Kyr::String SessionsBody(const std::vector<SessionView>& sessions);
+
 struct Credentials {
     Kyr::String userName;
     Kyr::String password;

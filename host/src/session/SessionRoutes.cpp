@@ -1,17 +1,21 @@
 #include "session/SessionRoutes.h"
 
+#include <algorithm>
+
 #include "app/HostLoggers.h"
+#include "audit/AccessRecords.h"
 #include "audit/LogText.h"
+#include "Kyr/PlatformServices/AuditEvents.h"
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/RouteAnswers.h"
-#include "Kyr/System/Commons/DateTime.h"
 
 namespace Kyr::WbmHost {
 
 namespace {
 
 using Kyr::PlatformServices::LoginOutcome;
+namespace Events = Kyr::PlatformServices::AuditEvents;
 
 // Only a JSON login: another site's page cannot send that type without the browser asking the host
 // first, so it cannot log a visitor into an account of its choosing. The media type must be exactly
@@ -35,6 +39,8 @@ void Login(HostContext& context, const HttpRequest& request, HttpResponse& respo
         response.SetHeader("Retry-After", std::to_string(wait->count()));
         SessionLog::Log(5, "Login of {0} from {1} refused: waiting {2} s after failed attempts", shownName,
                         request.remoteAddress, wait->count());
+        context.services.RecordAudit(Audit::LoginRecord(false, credentials->userName, credentials->password,
+                                                        "waiting after failed logins", request.remoteAddress));
         return JsonAnswer(response, 401, ErrorBody(ErrorText::LoginFailed));
     }
 
@@ -43,9 +49,11 @@ void Login(HostContext& context, const HttpRequest& request, HttpResponse& respo
         context.throttle.RecordSuccess(credentials->userName);
         if (auto previous = HostContext::SessionCookie(request)) context.sessions.End(*previous);
         context.sessions.SetMaxSessionTime(std::chrono::minutes(policy.maxSessionTimeMinutes));
-        const SessionInfo session = context.sessions.Create(credentials->userName, policy.maxConcurrentSessionsCount);
+        const SessionInfo session =
+            context.sessions.Create(credentials->userName, policy.maxConcurrentSessionsCount, request.remoteAddress);
         response.SetHeader("Set-Cookie", HostContext::SessionCookieHeader(session.id, request.secure));
         SessionLog::LogInfo("User {0} logged in from {1}", shownName, request.remoteAddress);
+        context.services.RecordAudit(Audit::LoginRecord(true, credentials->userName, credentials->password, "", request.remoteAddress));
         return JsonAnswer(response, 200, LoginBody(credentials->userName, session.csrfToken, check.passwordChangeRequired));
     }
 
@@ -53,9 +61,7 @@ void Login(HostContext& context, const HttpRequest& request, HttpResponse& respo
     if (wait.count() > 0) response.SetHeader("Retry-After", std::to_string(wait.count()));
     const Kyr::String reason = check.outcome == LoginOutcome::Locked ? "locked (password expired)" : "wrong credentials";
     SessionLog::Log(5, "Login of {0} from {1} failed: {2}", shownName, request.remoteAddress, reason);
-    context.services.AppendSecurityLog(Kyr::System::Commons::DateTime::GetUtcNow().ToIso8601() +
-                                       " Security.WbmHost.LoginFailed sender=wbm-host user=\"" + shownName +
-                                       "\" address=\"" + OneLine(request.remoteAddress, 64) + "\" reason=\"" + reason + "\"");
+    context.services.RecordAudit(Audit::LoginRecord(false, credentials->userName, credentials->password, reason, request.remoteAddress));
     JsonAnswer(response, 401, ErrorBody(ErrorText::LoginFailed));
 }
 
@@ -65,6 +71,11 @@ void Logout(HostContext& context, const HttpRequest& request, HttpResponse& resp
         if (!CsrfTokenValid(request, *caller.session)) return JsonAnswer(response, 403, ErrorBody(ErrorText::WrongCsrfToken));
         context.sessions.End(caller.session->id);
         SessionLog::LogInfo("User {0} logged out", OneLine(caller.session->userName, 64));
+        Kyr::PlatformServices::AuditRecord record;
+        record.eventId = Events::LoggedOut;
+        record.user = record.target = caller.session->userName;
+        record.source = request.remoteAddress;
+        context.services.RecordAudit(record);
     }
     response.SetHeader("Set-Cookie", HostContext::ClearedSessionCookieHeader(request.secure));
     JsonAnswer(response, 200, NoErrorBody());
@@ -78,12 +89,59 @@ void Session(HostContext& context, const HttpRequest& request, HttpResponse& res
                SessionBody(&caller.session->userName, &caller.session->csrfToken, caller.passwordChangeRequired, authenticationRequired));
 }
 
+// Who may see and end which sessions: administrators all, everybody else the own ones.
+std::optional<Caller> SessionsCaller(HostContext& context, const HttpRequest& request, HttpResponse& response, bool& administrator) {
+    Caller caller = context.ResolveCaller(request);
+    if (!caller.session) {
+        JsonAnswer(response, 401, ErrorBody(ErrorText::LoginRequired));
+        return std::nullopt;
+    }
+    if (caller.passwordChangeRequired) {
+        JsonAnswer(response, 403, PasswordChangeRequiredBody());
+        return std::nullopt;
+    }
+    administrator = context.services.IsAdministrator(caller.session->userName);
+    return caller;
+}
+
+void ListSessions(HostContext& context, const HttpRequest& request, HttpResponse& response) {
+    bool administrator = false;
+    auto caller = SessionsCaller(context, request, response, administrator);
+    if (!caller) return;
+    auto sessions = context.sessions.List(caller->session->id);
+    if (!administrator)
+        sessions.erase(std::remove_if(sessions.begin(), sessions.end(),
+                                      [&](const SessionView& view) { return view.userName != caller->session->userName; }),
+                       sessions.end());
+    JsonAnswer(response, 200, SessionsBody(sessions));
+}
+
+void EndSession(HostContext& context, const HttpRequest& request, HttpResponse& response) {
+    bool administrator = false;
+    auto caller = SessionsCaller(context, request, response, administrator);
+    if (!caller) return;
+    if (!CsrfTokenValid(request, *caller->session)) return JsonAnswer(response, 403, ErrorBody(ErrorText::WrongCsrfToken));
+    const Kyr::String& handle = request.matches[1];
+    const auto owner = context.sessions.UserOfHandle(handle);
+    // Somebody else's session is "not found" for a user who may not see it.
+    if (!owner || (!administrator && *owner != caller->session->userName))
+        return JsonAnswer(response, 404, ErrorBody(ErrorText::NoSuchSession));
+    context.sessions.EndByHandle(handle);
+    const bool own = *owner == caller->session->userName;
+    context.services.RecordAudit(Audit::SessionEndedRecord(*owner, own ? Events::EndedByUser : Events::EndedByAdministrator,
+                                                           caller->session->userName, request.remoteAddress));
+    SessionLog::LogInfo("A session of {0} was ended by {1}", OneLine(*owner, 64), OneLine(caller->session->userName, 64));
+    JsonAnswer(response, 200, NoErrorBody());
+}
+
 } // namespace
 
 void AddSessionRoutes(Router& router, HostContext& context) {
     router.Add("POST", "/api/login", Bound(context, Login));
     router.Add("POST", "/api/logout", Bound(context, Logout));
     router.Add("GET", "/api/session", Bound(context, Session));
+    router.Add("GET", "/api/sessions", Bound(context, ListSessions));
+    router.Add("POST", "/api/sessions/{}/end", Bound(context, EndSession));
 }
 
 } // namespace Kyr::WbmHost

@@ -18,7 +18,7 @@ namespace Audit = Kyr::WbmHost::Audit;
 
 struct NoSessions : Ps::SessionDirectory {
     std::optional<String> FindUserOfSession(const String&) const override { return std::nullopt; }
-    void EndSessionsOfUser(const String&) override {}
+    void EndSessionsOfUser(const String&, const char*) override {}
 };
 
 TEST(AuditSecrets, NoPasswordOrSessionIdReachesAnyStoredOrForwardedForm) {

@@ -46,8 +46,10 @@ inline constexpr const char* EndedIdle = "idle";
 inline constexpr const char* EndedMaximumTime = "maximum-time";
 inline constexpr const char* EndedConcurrentLimit = "concurrent-limit";
 inline constexpr const char* EndedUserRemoved = "user-removed";
+inline constexpr const char* EndedUserChanged = "user-changed"; // password set by an administrator, other roles
 inline constexpr const char* EndedRestart = "restart";
 inline constexpr const char* EndedByAdministrator = "administrator";
+inline constexpr const char* EndedByUser = "user"; // one of the user's other sessions, ended by the user
 
 struct EventInfo {
     const char* id;

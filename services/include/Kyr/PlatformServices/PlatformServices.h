@@ -24,7 +24,8 @@ public:
     virtual std::optional<String> FindUserOfSession(const String& sessionId) const = 0;
     // Ends every session of `userName`: the user was removed, or an administrator set the user's
     // password or changed its roles (the user logs in again).
-    virtual void EndSessionsOfUser(const String& userName) = 0;
+    // `reason`: AuditEvents::EndedUserRemoved or EndedUserChanged, for the audit record.
+    virtual void EndSessionsOfUser(const String& userName, const char* reason) = 0;
 };
 
 // Implemented by the host's login waits. A wrong current password in a password change counts like a
@@ -96,10 +97,6 @@ public:
     virtual bool UserExists(const String& userName) = 0;
     virtual bool IsAuthenticationRequired() = 0;
     virtual Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() = 0;
-
-    // Appends a line as it is to the security log in the data directory (line breaks become spaces).
-    // Only for callers that have not moved to RecordAudit yet: the line's fields are not escaped.
-    virtual void AppendSecurityLog(const String& line) = 0;
 
     // Stores an audit record in one transaction (time 0: now; empty category: the catalogue's), appends
     // its escaped line to the security log and queues it for the syslog collector. False when it could

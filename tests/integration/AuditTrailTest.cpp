@@ -1,0 +1,105 @@
+// The audit trail through the host: every kind of event recorded where it happens and read back
+// through GET /api/audit; live sessions listed and ended.
+#include <set>
+#include <thread>
+
+#include "HostTest.h"
+
+namespace Kyr::IntegrationTests {
+namespace {
+
+struct AuditTrailTest : HostTest {
+    void SetUp() override { Start({"--allow-auth-deactivation"}); }
+    std::set<std::string> RecordedEvents(WebClient& admin) {
+        Answer answer = admin.Get("/api/audit?limit=1000");
+        EXPECT_EQ(answer.status, 200) << answer.body;
+        std::set<std::string> events;
+        for (const auto& record : answer.Json()["records"].GetArray()) {
+            std::string event = record["eventId"].GetString();
+            if (event == "session.ended") event += std::string(":") + record["detail"].GetString();
+            events.insert(event);
+        }
+        return events;
+    }
+};
+
+TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
+    WebClient admin = Admin();
+    const std::string password = "Us3r&Secure-Pass!17";
+    EXPECT_EQ(Client().Login("ghost", "wrong").status, 401);
+    WebClient eng = PlainUser(admin, "eng");
+    admin.Call("UserManagementDp/SetUserPassword", "username=eng&newPassword=Us3r&Other-Pass!9&confirmNewPassword=Us3r&Other-Pass!9");
+    admin.Call("UserManagementDp/ModifyUserConfig", R"({"userConfigItem":{"userName":"eng","hasAdminRuleset":false,"userRoles":[]}})");
+    admin.Call("UserManagementDp/RemoveUser", "username=eng");
+    auto rulesets = admin.Call("UserManagementDp/GetPasswordRoleRulesets");
+    admin.Call("UserManagementDp/SetPasswordRoleRulesets", ToJson(rulesets["result"]));
+    admin.Call("UserManagementDp/SetPasswordBlockList", R"({"passwordsBlockList":["Summer-2026!x"]})");
+    auto policy = admin.Call("UserManagementDp/GetSessionPolicyConfig");
+    admin.Call("UserManagementDp/SetSessionPolicyConfig", "{\"sessionPolicyParameter\":" + ToJson(policy["result"]) + "}");
+    admin.Call("LdapDp/SetLdapConfiguration", "uri ldaps://ldap.example.test\n");
+    admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=false");
+    admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Hello");
+    admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");
+    admin.Post("/api/UserManagementDp/AddUser", "username=mallory&password=Secret-Value-99&confirm=x");
+    // A second session of the administrator is ended by the administrator, one by logout.
+    WebClient other = Client();
+    ASSERT_EQ(other.Login("admin", AdminPassword).status, 200);
+    Answer sessions = admin.Get("/api/sessions");
+    ASSERT_EQ(sessions.status, 200);
+    std::string otherHandle;
+    for (const auto& session : sessions.Json()["sessions"].GetArray())
+        if (!session["own"].GetBool()) otherHandle = session["handle"].GetString();
+    ASSERT_EQ(otherHandle.size(), 32u) << sessions.body;
+    EXPECT_EQ(sessions.body.find(admin.sessionId), std::string::npos) << "a session id left the host";
+    EXPECT_EQ(admin.Post("/api/sessions/" + otherHandle + "/end", "").status, 200);
+    EXPECT_EQ(other.Get("/api/session").Json()["loggedIn"], false);
+    EXPECT_EQ(admin.Post("/api/sessions/" + otherHandle + "/end", "").status, 404);
+    WebClient leaving = Client();
+    ASSERT_EQ(leaving.Login("admin", AdminPassword).status, 200);
+    leaving.Post("/api/logout", "");
+    admin.Call("UserManagementDp/RestartSystem");
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (admin.Get("/api/session").status != 200 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_EQ(admin.Login("admin", AdminPassword).status, 200);
+
+    const auto events = RecordedEvents(admin);
+    for (const char* expected :
+         {"host.started", "session.login.success", "session.login.failure", "session.logout", "session.ended:administrator",
+          "session.ended:user-removed", "session.ended:user-changed", "session.ended:restart", "user.added", "user.removed",
+          "user.password.set", "user.password.changed", "user.config.changed", "auth.required.changed",
+          "policy.rulesets.changed", "policy.blocklist.changed", "policy.session.changed", "ldap.config.uploaded",
+          "ldap.enabled.changed", "logintext.changed", "system.restart", "request.invalid"})
+        EXPECT_EQ(events.count(expected), 1u) << expected;
+
+    // Filters and the CSV export; nothing of a password in any answer.
+    Answer failures = admin.Get("/api/audit?outcome=failure&event=session.login.failure");
+    EXPECT_EQ(failures.Json()["records"].Size(), 1u) << failures.body;
+    Answer csv = admin.Get("/api/audit?format=csv&limit=1000");
+    EXPECT_EQ(csv.Header("Content-Type"), "text/csv; charset=utf-8");
+    for (const std::string& secret : {password, std::string(AdminPassword), std::string("Secret-Value-99"), admin.sessionId})
+        EXPECT_EQ(csv.body.find(secret), std::string::npos) << secret;
+    EXPECT_EQ(admin.Get("/api/audit?limit=0").status, 400);
+    EXPECT_EQ(host->Stop(), 0);
+    EXPECT_FALSE(FilesContaining(DataDir(), "host.stopped").empty());
+}
+
+TEST_F(AuditTrailTest, OnlyAdministratorsReadTheTrailAndEndOthersSessions) {
+    WebClient admin = Admin();
+    WebClient user = PlainUser(admin, "alice");
+    EXPECT_EQ(user.Get("/api/audit").status, 403);
+    EXPECT_EQ(Client().Get("/api/audit").status, 401);
+    // A user sees the own sessions only, and cannot end an administrator's.
+    Answer own = user.Get("/api/sessions");
+    ASSERT_EQ(own.status, 200);
+    EXPECT_EQ(own.Json()["sessions"].Size(), 1u) << own.body;
+    std::string adminHandle;
+    for (const auto& session : admin.Get("/api/sessions").Json()["sessions"].GetArray())
+        if (session["own"].GetBool()) adminHandle = session["handle"].GetString();
+    EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "").status, 404);
+    EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "", {{"X-CSRF-Token", "x"}}).status, 403);
+    EXPECT_EQ(admin.Get("/api/session").Json()["loggedIn"], true);
+}
+
+} // namespace
+} // namespace Kyr::IntegrationTests
