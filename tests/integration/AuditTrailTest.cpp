@@ -14,7 +14,8 @@ struct AuditTrailTest : HostTest {
         Answer answer = admin.Get("/api/audit?limit=1000");
         EXPECT_EQ(answer.status, 200) << answer.body;
         std::set<std::string> events;
-        for (const auto& record : answer.Json()["records"].GetArray()) {
+        const auto document = answer.Json();
+        for (const auto& record : document["records"].GetArray()) {
             std::string event = record["eventId"].GetString();
             if (event == "session.ended") event += std::string(":") + record["detail"].GetString();
             events.insert(event);
@@ -27,10 +28,18 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     WebClient admin = Admin();
     const std::string password = "Us3r&Secure-Pass!17";
     EXPECT_EQ(Client().Login("ghost", "wrong").status, 401);
-    WebClient eng = PlainUser(admin, "eng");
-    admin.Call("UserManagementDp/SetUserPassword", "username=eng&newPassword=Us3r&Other-Pass!9&confirmNewPassword=Us3r&Other-Pass!9");
+    // Sessions of three users end: by the administrator, by a password set for it, by its removal.
+    WebClient eng = PlainUser(admin, "eng"), ops = PlainUser(admin, "ops"), tmp = PlainUser(admin, "tmp");
+    const auto all = admin.Get("/api/sessions").Json();
+    for (const auto& session : all["sessions"].GetArray()) {
+        if (session["userName"] == "eng") {
+            EXPECT_EQ(admin.Post("/api/sessions/" + std::string(session["handle"].GetString()) + "/end", "").status, 200);
+        }
+    }
+    EXPECT_EQ(eng.Get("/api/session").Json()["loggedIn"], false);
+    admin.Call("UserManagementDp/SetUserPassword", "username=ops&newPassword=Us3r&Other-Pass!9&confirmNewPassword=Us3r&Other-Pass!9");
     admin.Call("UserManagementDp/ModifyUserConfig", R"({"userConfigItem":{"userName":"eng","hasAdminRuleset":false,"userRoles":[]}})");
-    admin.Call("UserManagementDp/RemoveUser", "username=eng");
+    admin.Call("UserManagementDp/RemoveUser", "username=tmp");
     auto rulesets = admin.Call("UserManagementDp/GetPasswordRoleRulesets");
     admin.Call("UserManagementDp/SetPasswordRoleRulesets", ToJson(rulesets["result"]));
     admin.Call("UserManagementDp/SetPasswordBlockList", R"({"passwordsBlockList":["Summer-2026!x"]})");
@@ -41,13 +50,14 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Hello");
     admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");
     admin.Post("/api/UserManagementDp/AddUser", "username=mallory&password=Secret-Value-99&confirm=x");
-    // A second session of the administrator is ended by the administrator, one by logout.
+    // A second session of the administrator is ended from the first, one by logout.
     WebClient other = Client();
     ASSERT_EQ(other.Login("admin", AdminPassword).status, 200);
     Answer sessions = admin.Get("/api/sessions");
     ASSERT_EQ(sessions.status, 200);
     std::string otherHandle;
-    for (const auto& session : sessions.Json()["sessions"].GetArray())
+    const auto listed = sessions.Json();
+    for (const auto& session : listed["sessions"].GetArray())
         if (!session["own"].GetBool()) otherHandle = session["handle"].GetString();
     ASSERT_EQ(otherHandle.size(), 32u) << sessions.body;
     EXPECT_EQ(sessions.body.find(admin.sessionId), std::string::npos) << "a session id left the host";
@@ -65,7 +75,7 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
 
     const auto events = RecordedEvents(admin);
     for (const char* expected :
-         {"host.started", "session.login.success", "session.login.failure", "session.logout", "session.ended:administrator",
+         {"host.started", "session.login.success", "session.login.failure", "session.logout", "session.ended:administrator", "session.ended:user",
           "session.ended:user-removed", "session.ended:user-changed", "session.ended:restart", "user.added", "user.removed",
           "user.password.set", "user.password.changed", "user.config.changed", "auth.required.changed",
           "policy.rulesets.changed", "policy.blocklist.changed", "policy.session.changed", "ldap.config.uploaded",
@@ -82,6 +92,7 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     EXPECT_EQ(admin.Get("/api/audit?limit=0").status, 400);
     EXPECT_EQ(host->Stop(), 0);
     EXPECT_FALSE(FilesContaining(DataDir(), "host.stopped").empty());
+    host.reset();
 }
 
 TEST_F(AuditTrailTest, OnlyAdministratorsReadTheTrailAndEndOthersSessions) {
@@ -94,7 +105,8 @@ TEST_F(AuditTrailTest, OnlyAdministratorsReadTheTrailAndEndOthersSessions) {
     ASSERT_EQ(own.status, 200);
     EXPECT_EQ(own.Json()["sessions"].Size(), 1u) << own.body;
     std::string adminHandle;
-    for (const auto& session : admin.Get("/api/sessions").Json()["sessions"].GetArray())
+    const auto listed = admin.Get("/api/sessions").Json();
+    for (const auto& session : listed["sessions"].GetArray())
         if (session["own"].GetBool()) adminHandle = session["handle"].GetString();
     EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "").status, 404);
     EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "", {{"X-CSRF-Token", "x"}}).status, 403);
