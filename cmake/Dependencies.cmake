@@ -10,6 +10,9 @@ set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIO
 if(KYR_BUILD_HOST)
   pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
+  # Directory login: OpenLDAP's client library, and GnuTLS (its TLS library) to read certificates.
+  pkg_check_modules(LDAP REQUIRED IMPORTED_TARGET ldap lber)
+  pkg_check_modules(GNUTLS REQUIRED IMPORTED_TARGET gnutls)
   find_package(httplib CONFIG QUIET)
   if(NOT TARGET httplib::httplib)
     # Debian ships cpp-httplib as a compiled library with only a pkg-config file; its flags select

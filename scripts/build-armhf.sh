@@ -34,7 +34,7 @@ native="$(dpkg --print-architecture)"
 host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user)
 target_packages=(
   libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libcpp-httplib-dev
+  libsqlite3-dev libsodium-dev libcpp-httplib-dev libldap-dev libgnutls28-dev
   libgtest-dev libgmock-dev
 )
 wanted=("${host_packages[@]}")

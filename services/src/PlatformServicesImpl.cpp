@@ -4,6 +4,7 @@
 #include "AuthorizationService.h"
 #include "ConfigStore.h"
 #include "DeviceControlService.h"
+#include "DirectoryLogin.h"
 #include "Kyr/PlatformServices/PlatformServices.h"
 #include "Kyr/System/Commons/Logging/Loggable.h"
 #include "Kyr/System/Rsc/ServiceManager.h"
@@ -28,7 +29,8 @@ public:
           authorization(std::make_shared<AuthorizationService>(context)),
           deviceControl(std::make_shared<DeviceControlService>(restartRequest)),
           trustStores(std::make_shared<TrustStoreManagementService>(context->paths.trustStores)),
-          loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)) {
+          loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)),
+          directory(context) {
         if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
         initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
     }
@@ -50,7 +52,10 @@ public:
 
     LoginCheck CheckLogin(const String& userName, const String& password) override {
         try {
-            return users->CheckLogin(userName, password);
+            // Local users always win; the directory is asked only for other names, and only when on.
+            if (users->IsLocalUser(userName) || !configuration->IsLdapConfigurationEnabled())
+                return users->CheckLogin(userName, password);
+            return directory.Login(userName, password);
         } catch (const std::exception& error) {
             LogError("Login check failed: {0}", error.what());
             return {};
@@ -64,6 +69,28 @@ public:
     Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() override {
         auto lock = context->database.Lock();
         return ConfigStore(context->database).LoadSessionPolicy();
+    }
+
+    DirectoryStatus GetDirectoryStatus() override {
+        DirectoryStatus status = directory.Status();
+        status.enabled = configuration->IsLdapConfigurationEnabled();
+        return status;
+    }
+
+    DirectoryTestResult TestDirectoryConnection(const std::optional<String>& userName,
+                                                const std::optional<String>& password) override {
+        try {
+            return directory.Test(userName, password);
+        } catch (const std::exception& error) {
+            LogError("Directory connection test failed: {0}", error.what());
+            DirectoryTestResult result;
+            result.steps.push_back({"connect", false, error.what()});
+            return result;
+        }
+    }
+
+    String GetLdapConfigurationErrorText() override {
+        return UserManagerConfigurationService::GetLdapConfigurationErrorText();
     }
 
     void AppendSecurityLog(const String& line) override {
@@ -97,6 +124,7 @@ private:
     std::shared_ptr<DeviceControlService> deviceControl;
     std::shared_ptr<TrustStoreManagementService> trustStores;
     std::shared_ptr<SystemUseNotificationService> loginText;
+    DirectoryLogin directory;
     std::optional<String> initialAdminPassword;
     bool registered = false;
 };
