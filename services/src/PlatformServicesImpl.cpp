@@ -64,6 +64,9 @@ public:
     bool IsAdministrator(const String& userName) override { return users->IsAdministrator(userName); }
     bool IsPasswordChangeRequired(const String& userName) override { return users->IsPasswordChangeRequired(userName); }
     bool UserExists(const String& userName) override { return users->UserExists(userName); }
+    bool IsDirectoryUser(const String& userName) override {
+        return !users->IsLocalUser(userName) && context->directoryUsers.RolesOf(userName).has_value();
+    }
     bool IsAuthenticationRequired() override { return users->GetAuthenticationRequired(); }
 
     Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() override {

@@ -217,6 +217,8 @@ TEST_F(DirectoryLogin, RoleMappingChangesTakeEffectAtTheNextLogin) {
 TEST_F(DirectoryLogin, DirectoryUsersHaveNoDevicePassword) {
     Configure(File(Ldaps()));
     ASSERT_EQ(Login("alice", AlicePassword).outcome, LoginOutcome::Success);
+    EXPECT_TRUE(services->IsDirectoryUser("alice"));
+    EXPECT_FALSE(services->IsDirectoryUser("admin"));
     for (const auto& user : Users()->GetUsers()) EXPECT_NE(user.ToString(), "alice") << "only the device's own users are listed";
     EXPECT_FALSE(services->IsPasswordChangeRequired("alice"));
 
@@ -241,6 +243,7 @@ TEST_F(DirectoryLogin, LocalUsersWinOverDirectoryUsers) {
     Ps::LoginCheck local = Login("alice", "Local-Pass-7x");
     EXPECT_EQ(local.outcome, LoginOutcome::Success);
     EXPECT_FALSE(local.directoryUser);
+    EXPECT_FALSE(services->IsDirectoryUser("alice"));
     EXPECT_TRUE(local.passwordChangeRequired);
     EXPECT_FALSE(services->GetDirectoryStatus().attempted) << "the directory was never asked";
 }

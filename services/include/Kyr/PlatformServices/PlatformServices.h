@@ -116,7 +116,9 @@ public:
     virtual LoginCheck CheckLogin(const String& userName, const String& password) = 0;
     virtual bool IsAdministrator(const String& userName) = 0;
     virtual bool IsPasswordChangeRequired(const String& userName) = 0;
-    virtual bool UserExists(const String& userName) = 0;
+    virtual bool UserExists(const String& userName) = 0; // a local user, or a directory user holding roles
+    // Not a local user, but logged in through the directory (holding the roles of its last login).
+    virtual bool IsDirectoryUser(const String& userName) = 0;
     virtual bool IsAuthenticationRequired() = 0;
     virtual Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() = 0;
 
