@@ -3,6 +3,7 @@
 #include <ldap.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <set>
 #include <sstream>
