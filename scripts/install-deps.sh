@@ -6,12 +6,12 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config ccache
   rapidjson-dev libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libssl-dev
+  libsqlite3-dev libsodium-dev libssl-dev libldap-dev libgnutls28-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
-  # Audit forwarding tests: a real syslog collector (TCP, and TLS through its OpenSSL driver) and the
-  # openssl command that makes their test CA.
-  rsyslog rsyslog-openssl openssl
+  # Tests start real servers: a syslog collector (TCP, and TLS through its OpenSSL driver) for the
+  # audit forwarding, slapd for directory logins, and openssl makes their test certificates.
+  rsyslog rsyslog-openssl slapd ldap-utils openssl
 )
 # Extra packages named on the command line (e.g. the browser tests' chromium).
 packages+=("$@")
@@ -34,4 +34,16 @@ export DEBIAN_FRONTEND=noninteractive
 # A mirror with one broken index (for example of a foreign architecture added for cross builds)
 # must not stop the install: the packages below come from the indexes that did load.
 $sudo apt-get update -qq || echo "apt-get update reported errors; going on with the indexes it has" >&2
-$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# Packages of daemons (slapd) must not start a system instance: the tests run their own one. A
+# policy-rc.d that refuses every start is in place for the install only, unless the machine has one.
+policy=/usr/sbin/policy-rc.d
+own_policy=""
+if [ ! -e "$policy" ]; then
+  printf '#!/bin/sh\nexit 101\n' | $sudo tee "$policy" >/dev/null
+  $sudo chmod 755 "$policy"
+  own_policy=yes
+fi
+status=0
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null || status=$?
+if [ -n "$own_policy" ]; then $sudo rm -f "$policy"; fi
+exit "$status"

@@ -35,8 +35,11 @@ bool AuthorizationService::HasPermissionChecked(const std::string& object, std::
     auto lock = database.Lock();
     UserStore users(database);
     std::optional<UserRecord> user = userName ? users.Find(*userName) : std::nullopt;
-    if (user) {
-        std::vector<std::string> roles = users.RolesOf(user->id);
+    // A directory user holds the roles its last login mapped (local users win over directory users).
+    std::optional<std::vector<std::string>> directoryRoles =
+        userName && !user ? context->directoryUsers.RolesOf(*userName) : std::nullopt;
+    if (user || directoryRoles) {
+        std::vector<std::string> roles = user ? users.RolesOf(user->id) : *directoryRoles;
         if (std::find(roles.begin(), roles.end(), AdminRole) != roles.end()) return true;
         if (std::find(std::begin(PermissionsOfEveryUser), std::end(PermissionsOfEveryUser), object) !=
             std::end(PermissionsOfEveryUser))

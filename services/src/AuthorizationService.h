@@ -7,7 +7,8 @@
 
 namespace Kyr::PlatformServices {
 
-// Permission decisions from the roles of the session's user:
+// Permission decisions from the roles of the session's user (of a directory user: the roles its
+// last login mapped):
 //  - "Admin" holds every object with every right;
 //  - every logged-in user holds the user's own information objects (PermissionsOfEveryUser);
 //  - otherwise a role holds what the role-permission table grants it;

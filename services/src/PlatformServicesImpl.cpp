@@ -5,6 +5,7 @@
 #include "AuthorizationService.h"
 #include "ConfigStore.h"
 #include "DeviceControlService.h"
+#include "DirectoryLogin.h"
 #include "Kyr/PlatformServices/PlatformServices.h"
 #include "Kyr/System/Commons/Logging/Loggable.h"
 #include "Kyr/System/Rsc/ServiceManager.h"
@@ -30,7 +31,8 @@ public:
           deviceControl(std::make_shared<DeviceControlService>(restartRequest)),
           trustStores(std::make_shared<TrustStoreManagementService>(context->paths.trustStores)),
           loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)),
-          audit(std::make_unique<AuditTrail>(*context)) {
+          audit(std::make_unique<AuditTrail>(*context)),
+          directory(context) {
         if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
         initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
     }
@@ -52,7 +54,10 @@ public:
 
     LoginCheck CheckLogin(const String& userName, const String& password) override {
         try {
-            return users->CheckLogin(userName, password);
+            // Local users always win; the directory is asked only for other names, and only when on.
+            if (users->IsLocalUser(userName) || !configuration->IsLdapConfigurationEnabled())
+                return users->CheckLogin(userName, password);
+            return directory.Login(userName, password);
         } catch (const std::exception& error) {
             LogError("Login check failed: {0}", error.what());
             return {};
@@ -61,6 +66,9 @@ public:
     bool IsAdministrator(const String& userName) override { return users->IsAdministrator(userName); }
     bool IsPasswordChangeRequired(const String& userName) override { return users->IsPasswordChangeRequired(userName); }
     bool UserExists(const String& userName) override { return users->UserExists(userName); }
+    bool IsDirectoryUser(const String& userName) override {
+        return !users->IsLocalUser(userName) && context->directoryUsers.RolesOf(userName).has_value();
+    }
     bool IsAuthenticationRequired() override { return users->GetAuthenticationRequired(); }
 
     Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() override {
@@ -72,6 +80,29 @@ public:
     AuditPage QueryAudit(const AuditQuery& query) override { return audit->Query(query); }
     AuditStatus GetAuditStatus() override { return audit->Status(); }
     bool AuditBlocksChanges() override { return audit->BlocksChanges(); }
+
+    DirectoryStatus GetDirectoryStatus() override {
+        DirectoryStatus status = directory.Status();
+        status.enabled = configuration->IsLdapConfigurationEnabled();
+        return status;
+    }
+
+    DirectoryTestResult TestDirectoryConnection(const std::optional<String>& userName,
+                                                const std::optional<String>& password) override {
+        try {
+            return directory.Test(userName, password);
+        } catch (const std::exception& error) {
+            LogError("Directory connection test failed: {0}", error.what());
+            DirectoryTestResult result;
+            result.steps.push_back({"connect", false, error.what()});
+            return result;
+        }
+    }
+
+    String GetLdapConfigurationErrorText() override {
+        return UserManagerConfigurationService::GetLdapConfigurationErrorText();
+    }
+
 
 private:
     std::vector<std::pair<String, std::shared_ptr<Kyr::System::Rsc::IRscService>>> Entries() const {
@@ -96,6 +127,7 @@ private:
     std::shared_ptr<TrustStoreManagementService> trustStores;
     std::shared_ptr<SystemUseNotificationService> loginText;
     std::unique_ptr<AuditTrail> audit;
+    DirectoryLogin directory;
     std::optional<String> initialAdminPassword;
     bool registered = false;
 };

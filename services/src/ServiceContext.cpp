@@ -29,6 +29,7 @@ DataPaths::DataPaths(const std::string& dataDirectory)
       loginText(dataDirectory + "/login-text"),
       ldapFolder(dataDirectory + "/ldap"),
       ldapConfiguration(ldapFolder + "/ldap.conf"),
+      ldapBindPassword(ldapFolder + "/bind-password"),
       trustStores(dataDirectory + "/truststores"),
       securityLog(dataDirectory + "/security.log"),
       dummyHash(dataDirectory + "/dummy-hash") {

@@ -1,12 +1,14 @@
 #pragma once
 // What the six services share: the options, where things live in the data directory, the one
-// database connection, the password hasher, the host's session directory and the clock.
+// database connection, the password hasher, the host's session directory, the clock and the roles
+// of the directory users who logged in.
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
 
 #include "Kyr/PlatformServices/PlatformServices.h"
+#include "DirectoryUsers.h"
 #include "Kyr/System/Commons/RscString.h"
 #include "PasswordHasher.h"
 #include "Sqlite.h"
@@ -22,6 +24,7 @@ struct DataPaths {
     std::string loginText;
     std::string ldapFolder;
     std::string ldapConfiguration;
+    std::string ldapBindPassword; // the service bind password, apart from the shown configuration
     std::string trustStores;
     std::string securityLog;
     std::string dummyHash; // the hash that unknown users' logins are checked against
@@ -40,6 +43,7 @@ public:
     SessionDirectory& sessions;
     const std::function<void()> restartRequest;
     std::mutex securityLogMutex;
+    DirectoryUsers directoryUsers;
 };
 
 } // namespace Kyr::PlatformServices

@@ -35,6 +35,7 @@ std::int64_t IntervalSeconds(PasswordPolicyInterval type, std::uint32_t count) {
 }
 
 const char* const UserNotFound = "User not found.";
+const char* const DirectoryPasswordText = "A directory user's password is changed in the directory, not on the device.";
 
 } // namespace
 
@@ -164,6 +165,7 @@ bool UserManagementService::ChangeUserPassword(const RscString<64>& userNameArg,
             auto lock = database.Lock();
             UserStore users(database);
             std::optional<UserRecord> found = users.Find(name);
+            if (!found && context->directoryUsers.RolesOf(name)) return Fail(DirectoryPasswordText);
             if (!found) return Fail(UserNotFound);
             user = *found;
             ruleset = RulesetOf(user);
@@ -323,6 +325,12 @@ bool UserManagementService::GetPasswordInfoBySecurityToken(const Kyr::System::Ac
         if (!userName) return Fail("No session.");
         auto lock = database.Lock();
         std::optional<UserRecord> user = UserStore(database).Find(*userName);
+        if (!user && context->directoryUsers.RolesOf(*userName)) {
+            // A directory user: no password on the device, so nothing expires here.
+            info = UserPasswordInfo();
+            info.userName = *userName;
+            return true;
+        }
         if (!user) return Fail(UserNotFound);
         info = InfoOf(*user);
         return true;
@@ -392,7 +400,11 @@ LoginCheck UserManagementService::CheckLogin(const std::string& userName, const 
 bool UserManagementService::IsAdministrator(const std::string& userName) {
     auto lock = database.Lock();
     std::optional<UserRecord> user = UserStore(database).Find(userName);
-    return user && HoldsRole(*user, AdminRole);
+    if (!user) {
+        auto roles = context->directoryUsers.RolesOf(userName);
+        return roles && std::find(roles->begin(), roles->end(), AdminRole) != roles->end();
+    }
+    return HoldsRole(*user, AdminRole);
 }
 
 bool UserManagementService::IsPasswordChangeRequired(const std::string& userName) {
@@ -402,6 +414,11 @@ bool UserManagementService::IsPasswordChangeRequired(const std::string& userName
 }
 
 bool UserManagementService::UserExists(const std::string& userName) {
+    auto lock = database.Lock();
+    return UserStore(database).Find(userName).has_value() || context->directoryUsers.RolesOf(userName).has_value();
+}
+
+bool UserManagementService::IsLocalUser(const std::string& userName) {
     auto lock = database.Lock();
     return UserStore(database).Find(userName).has_value();
 }

@@ -50,7 +50,8 @@ public:
     LoginCheck CheckLogin(const std::string& userName, const std::string& password);
     bool IsAdministrator(const std::string& userName);
     bool IsPasswordChangeRequired(const std::string& userName);
-    bool UserExists(const std::string& userName);
+    bool UserExists(const std::string& userName); // a local user, or a directory user with roles
+    bool IsLocalUser(const std::string& userName);
     // Creates the user "admin" with the role "Admin" when there is no user at all; answers its password.
     std::optional<std::string> CreateInitialAdministrator(const std::string& givenPassword);
 

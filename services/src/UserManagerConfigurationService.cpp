@@ -7,6 +7,7 @@
 #include "ConfigStore.h"
 #include "ConfigValidation.h"
 #include "Defaults.h"
+#include "DirectoryConfigStore.h"
 #include "PasswordRules.h"
 
 namespace Kyr::PlatformServices {
@@ -16,7 +17,20 @@ using E = Um::UserManagerConfigError;
 
 namespace {
 constexpr std::size_t MaxLdapConfigurationBytes = 1u << 20;
+
+// Why the calling thread's last LDAP configuration upload was refused.
+std::string& LdapErrorText() {
+    thread_local std::string text;
+    return text;
 }
+
+UserManagerConfigError RefuseLdap(UserManagerConfigError code, const std::string& text) {
+    LdapErrorText() = text;
+    return code;
+}
+} // namespace
+
+std::string UserManagerConfigurationService::GetLdapConfigurationErrorText() { return LdapErrorText(); }
 
 UserManagerConfigurationService::UserManagerConfigurationService(std::shared_ptr<ServiceContext> context)
     : context(std::move(context)), database(this->context->database) {}
@@ -124,8 +138,17 @@ UserManagerConfigError UserManagerConfigurationService::SetSessionPolicyParamete
 }
 
 UserManagerConfigError UserManagerConfigurationService::EnableLdapConfiguration(bool enable) {
-    std::error_code ignored;
-    if (enable && !std::filesystem::exists(context->paths.ldapConfiguration, ignored)) return E::LdapConfigurationMissing;
+    if (enable) {
+        // Only a configuration that is still valid (its trust store and roles still there) goes on.
+        auto [config, error] = LoadDirectoryConfig(*context);
+        if (error) {
+            LogError("Directory login not switched on: {0}", error->text);
+            return error->code;
+        }
+    } else {
+        // Directory users hold their roles only while directory login is on.
+        context->directoryUsers.Clear();
+    }
     return Guarded("EnableLdapConfiguration", [&] {
         Transaction transaction(database);
         ConfigStore(database).SetSetting(SettingLdapEnabled, enable ? 1 : 0);
@@ -147,23 +170,29 @@ bool UserManagerConfigurationService::IsLdapConfigurationEnabled() {
 
 UserManagerConfigError UserManagerConfigurationService::SetLdapConfigurationFromFile(const RscString<256>& path,
                                                                                      bool merge) {
+    LdapErrorText().clear();
     // Merging into the present configuration is not offered: a configuration always comes whole.
-    if (merge) return E::NotSupported;
-    if (path.IsEmpty()) return E::InvalidArgument;
+    if (merge) return RefuseLdap(E::NotSupported, "A configuration is always replaced whole");
+    if (path.IsEmpty()) return RefuseLdap(E::InvalidArgument, "No file given");
     std::string content;
     int error = ReadWholeFile(path.ToString(), content, MaxLdapConfigurationBytes);
-    if (error == ENOENT) return E::NotFound;
-    if (error == EFBIG) return E::LdapConfigurationInvalid;
+    if (error == ENOENT) return RefuseLdap(E::NotFound, "No file at the given path");
+    if (error == EFBIG) return RefuseLdap(E::LdapConfigurationInvalid, "The file is larger than 1 MiB");
     if (error != 0) {
         LogError("Cannot read LDAP configuration from {0}: errno {1}", path.ToString(), error);
-        return E::FileError;
+        return RefuseLdap(E::FileError, "The file cannot be read");
     }
     bool text = content.find('\0') == std::string::npos && IsValidUtf8(content);
-    if (content.empty() || !text) return E::LdapConfigurationInvalid;
-    error = WriteFileAtomically(context->paths.ldapConfiguration, content);
-    if (error != 0) {
-        LogError("Cannot store the LDAP configuration: errno {0}", error);
-        return E::FileError;
+    if (content.empty() || !text) return RefuseLdap(E::LdapConfigurationInvalid, "The file is not UTF-8 text");
+    std::optional<DirectoryConfigError> refused;
+    try {
+        refused = StoreDirectoryConfig(*context, content);
+    } catch (const std::exception& failure) {
+        refused = DirectoryConfigError{E::UnknownError, failure.what()};
+    }
+    if (refused) {
+        LogError("LDAP configuration refused ({0}): {1}", refused->code, refused->text);
+        return RefuseLdap(refused->code, refused->text);
     }
     LogInfo("LDAP configuration stored ({0} bytes)", content.size());
     return E::NoError;

@@ -33,6 +33,9 @@ public:
     Um::UserManagerConfigError SetLdapConfigurationFromFile(const RscString<256>& path, bool merge) override;
     Um::UserManagerConfigError GetLdapConfigurationFilePath(RscString<256>& path) override;
 
+    // Why the calling thread's last SetLdapConfigurationFromFile refused the file; empty after success.
+    static std::string GetLdapConfigurationErrorText();
+
 private:
     template <class Operation>
     Um::UserManagerConfigError Guarded(const char* name, Operation&& operation);

@@ -15,7 +15,9 @@ const operator = { name: 'operator1', password: 'Start-Pass-71', own: 'Moved-On-
 const blockedByFile = ['Summer-Time-2026', 'Winter-Time-2027'];
 const loginText = "Authorised use only.\nTom & Jerry's <b>bold</b> &amp; more";
 // The LDAP file holds backslashes: the module doubles them on the way out, the page undoes it.
-const ldapFile = 'uri ldaps://ldap.example.test\nbase dc=example,dc=test\nbinddn cn=reader\\svc,dc=example\n';
+const ldapFile = 'server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n' +
+  'user_base = ou=people\\, plant,dc=example,dc=test\ngroup_base = dc=example,dc=test\n' +
+  'group_role = Admin : cn=admins,dc=example,dc=test\n';
 
 let host;
 let browser;

@@ -45,7 +45,10 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     admin.Call("UserManagementDp/SetPasswordBlockList", R"({"passwordsBlockList":["Summer-2026!x"]})");
     auto policy = admin.Call("UserManagementDp/GetSessionPolicyConfig");
     admin.Call("UserManagementDp/SetSessionPolicyConfig", "{\"sessionPolicyParameter\":" + ToJson(policy["result"]) + "}");
-    admin.Call("LdapDp/SetLdapConfiguration", "uri ldaps://ldap.example.test\n");
+    const std::string ldapFile = "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+                                 "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+                                 "group_role = Admin : cn=admins,dc=example,dc=test\n";
+    admin.Call("LdapDp/SetLdapConfiguration", ldapFile);
     admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=false");
     admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Hello");
     admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");

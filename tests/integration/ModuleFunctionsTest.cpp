@@ -51,10 +51,14 @@ TEST_F(ModuleFunctionsTest, PoliciesRoundTripAndTakeEffect) {
 
 TEST_F(ModuleFunctionsTest, LdapConfiguration) {
     WebClient admin = Admin();
-    admin.Call("LdapDp/SetLdapConfiguration", "uri ldaps://ldap.example.test\nbind dir\\sub\n");
+    const std::string file = "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+                             "user_base = ou=people\\, plant,dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+                             "group_role = Admin : cn=admins,dc=example,dc=test\n";
+    admin.Call("LdapDp/SetLdapConfiguration", file);
     Answer text = admin.Get("/api/LdapDp/GetLdapConfiguration");
     EXPECT_EQ(text.Header("Content-Type"), "text/plain; charset=utf-8");
-    EXPECT_EQ(text.body, "uri ldaps://ldap.example.test\nbind dir\\\\sub\n");
+    // Shown with each backslash doubled.
+    EXPECT_NE(text.body.find("user_base = ou=people\\\\, plant,dc=example,dc=test\n"), std::string::npos) << text.body;
     admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=true");
     EXPECT_EQ(admin.Call("LdapDp/IsLdapConfigurationEnabled")["result"], true);
     EXPECT_TRUE(admin.Call("LdapDp/ListTrustStoresNames")["result"].IsArray());

@@ -159,7 +159,11 @@ TEST_F(WebServerTest, ConcurrentLdapUploadsAllSucceed) {
         uploaders.emplace_back([&, thread] {
             WebClient client = admin;
             for (int i = 0; i < 10; ++i) {
-                Answer answer = client.Post("/api/LdapDp/SetLdapConfiguration", "# upload " + std::to_string(thread * 100 + i) + "\n");
+                const std::string file = "# upload " + std::to_string(thread * 100 + i) +
+                                         "\nserver = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+                                         "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+                                         "group_role = Admin : cn=admins,dc=example,dc=test\n";
+                Answer answer = client.Post("/api/LdapDp/SetLdapConfiguration", file);
                 if (answer.status != 200 || answer.Json()["error"] != false) ++failures;
             }
         });

@@ -38,7 +38,7 @@ void ExpectRefused(const String& text) {
 } // namespace
 
 TEST(EnumTextTest, NamesRoundTripOtherTextSetsTheFailBitUnknownValuesPrintTheirNumber) {
-    ExpectEveryValueRoundTrips<UserManagerConfigError>(18);
+    ExpectEveryValueRoundTrips<UserManagerConfigError>(30);
     ExpectEveryValueRoundTrips<UserPasswordState>(4);
     ExpectEveryValueRoundTrips<PasswordPolicyInterval>(4);
     ExpectEveryValueRoundTrips<FileSystemError>(7);

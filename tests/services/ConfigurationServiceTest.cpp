@@ -109,13 +109,19 @@ TEST_F(Configuration, LdapConfigurationIsCopiedAndEnabledOnlyWhenPresent) {
     EXPECT_EQ(Config()->SetLdapConfigurationFromFile(upload.c_str(), false), E::NotFound);
     std::ofstream(upload) << "";
     EXPECT_EQ(Config()->SetLdapConfigurationFromFile(upload.c_str(), false), E::LdapConfigurationInvalid);
-    std::ofstream(upload) << "host ldap.example\nbase dc=example\\sub\n";
+    const std::string valid = "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+                              "user_base = ou=people\\, plant,dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+                              "group_role = Admin : cn=admins,dc=example,dc=test\n";
+    std::ofstream(upload) << "host ldap.example\n";
+    EXPECT_EQ(Config()->SetLdapConfigurationFromFile(upload.c_str(), false), E::LdapSyntaxError);
+    EXPECT_EQ(Config()->GetLdapConfigurationFilePath(path), E::LdapConfigurationMissing);
+    std::ofstream(upload) << valid;
     EXPECT_EQ(Config()->SetLdapConfigurationFromFile(upload.c_str(), true), E::NotSupported);
     ASSERT_EQ(Config()->SetLdapConfigurationFromFile(upload.c_str(), false), E::NoError);
     std::filesystem::remove(upload);
 
     ASSERT_EQ(Config()->GetLdapConfigurationFilePath(path), E::NoError);
-    EXPECT_EQ(ReadFileText(path.c_str()), "host ldap.example\nbase dc=example\\sub\n");
+    EXPECT_EQ(ReadFileText(path.c_str()), valid);
     EXPECT_EQ(Config()->EnableLdapConfiguration(true), E::NoError);
     Open();
     EXPECT_TRUE(Config()->IsLdapConfigurationEnabled());

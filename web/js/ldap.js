@@ -2,6 +2,7 @@
 import { ApiError, call } from './api.js';
 import { moduleErrorText } from './errors.js';
 import { t } from './i18n.js';
+import { initDirectoryTest } from './ldap-test.js';
 import { parseDownload } from './ldap-text.js';
 import { initPage, runPage } from './shell.js';
 import { $, busy, el, showError, showStatus } from './ui.js';
@@ -151,7 +152,7 @@ async function main() {
   bindUpload($('#upload-form'));
   bindDownload();
   document.addEventListener('languagechange', loadTrustStores);
-  await Promise.all([loadEnabled(), loadTrustStores()]);
+  await Promise.all([loadEnabled(), loadTrustStores(), initDirectoryTest(session)]);
   document.body.dataset.ready = 'true';
 }
 

@@ -40,6 +40,14 @@ async function main() {
     document.body.dataset.ready = 'true';
     return;
   }
+  if (session.directoryUser) {
+    // The password belongs to the directory account: the device has none to show or change.
+    $('#directory-user').hidden = false;
+    $('#state-section').hidden = true;
+    $('#change-form').hidden = true;
+    document.body.dataset.ready = 'true';
+    return;
+  }
   $('#pending-change').hidden = !session.passwordChangeRequired;
   document.addEventListener('languagechange', renderState);
   await loadState();

@@ -7,6 +7,7 @@
 #include "audit/AuditRoutes.h"
 #include "audit/LogText.h"
 #include "bridge/ModuleRoutes.h"
+#include "ldap/DirectoryRoutes.h"
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/RouteAnswers.h"
@@ -18,6 +19,7 @@ namespace Kyr::WbmHost {
 HostRequestHandler::HostRequestHandler(HostContext& context, const ServerLimits& limits) : context(context), limits(limits) {
     AddSessionRoutes(router, context);
     AddAuditRoutes(router, context);
+    AddDirectoryRoutes(router, context);
     AddModuleRoutes(router, context);
     AddPageRoutes(router, context);
 }

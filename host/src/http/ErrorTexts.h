@@ -22,6 +22,7 @@ inline constexpr const char* InternalError = "Internal error";
 inline constexpr const char* UnknownException = "Unknown exception";
 inline constexpr const char* PageUnavailable = "Page not available";
 inline constexpr const char* NoPagePermission = "No permission for this page";
+inline constexpr const char* InvalidDirectoryTest = "Invalid connection test: expected nothing, or {\"username\": ..., \"password\": ...}";
 inline constexpr const char* NoSuchSession = "No such session";
 inline constexpr const char* AdministratorsOnly = "Only administrators may do this";
 inline constexpr const char* AuditUnavailable = "Changes are refused while audit records cannot be stored";

@@ -89,7 +89,7 @@ Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken,
 }
 
 Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToken, bool passwordChangeRequired,
-                        bool authenticationRequired) {
+                        bool authenticationRequired, bool directoryUser) {
     rapidjson::StringBuffer buffer;
     Writer writer(buffer);
     writer.StartObject();
@@ -103,6 +103,8 @@ Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToke
     writer.Bool(passwordChangeRequired);
     writer.Key("authenticationRequired");
     writer.Bool(authenticationRequired);
+    writer.Key("directoryUser");
+    writer.Bool(directoryUser);
     writer.EndObject();
     return Done(buffer);
 }

@@ -11,7 +11,7 @@ Kyr::String ErrorBody(const Kyr::String& errorText);
 Kyr::String PasswordChangeRequiredBody();
 Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired);
 Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToken, bool passwordChangeRequired,
-                        bool authenticationRequired);
+                        bool authenticationRequired, bool directoryUser = false);
 Kyr::String LinesBody(const std::vector<Kyr::String>& lines);
 Kyr::String NoErrorBody();
 

@@ -85,8 +85,8 @@ void Session(HostContext& context, const HttpRequest& request, HttpResponse& res
     Caller caller = context.ResolveCaller(request);
     const bool authenticationRequired = context.services.IsAuthenticationRequired();
     if (!caller.session) return JsonAnswer(response, 200, SessionBody(nullptr, nullptr, false, authenticationRequired));
-    JsonAnswer(response, 200,
-               SessionBody(&caller.session->userName, &caller.session->csrfToken, caller.passwordChangeRequired, authenticationRequired));
+    JsonAnswer(response, 200, SessionBody(&caller.session->userName, &caller.session->csrfToken, caller.passwordChangeRequired,
+                                          authenticationRequired, context.services.IsDirectoryUser(caller.session->userName)));
 }
 
 // Who may see and end which sessions: administrators all, everybody else the own ones.

@@ -29,6 +29,18 @@ constexpr EnumName<UserManagerConfigError> configErrorNames[] = {
     {UserManagerConfigError::LdapConfigurationInvalid, "LdapConfigurationInvalid"},
     {UserManagerConfigError::LdapConfigurationMissing, "LdapConfigurationMissing"},
     {UserManagerConfigError::MinimumCountsExceedLength, "MinimumCountsExceedLength"},
+    {UserManagerConfigError::LdapSyntaxError, "LdapSyntaxError"},
+    {UserManagerConfigError::LdapUnknownKey, "LdapUnknownKey"},
+    {UserManagerConfigError::LdapDuplicateKey, "LdapDuplicateKey"},
+    {UserManagerConfigError::LdapMissingKey, "LdapMissingKey"},
+    {UserManagerConfigError::LdapInvalidValue, "LdapInvalidValue"},
+    {UserManagerConfigError::LdapInvalidServerUri, "LdapInvalidServerUri"},
+    {UserManagerConfigError::LdapUnencryptedNotAllowed, "LdapUnencryptedNotAllowed"},
+    {UserManagerConfigError::LdapTrustStoreNotFound, "LdapTrustStoreNotFound"},
+    {UserManagerConfigError::LdapInvalidDn, "LdapInvalidDn"},
+    {UserManagerConfigError::LdapInvalidFilter, "LdapInvalidFilter"},
+    {UserManagerConfigError::LdapUnknownRole, "LdapUnknownRole"},
+    {UserManagerConfigError::LdapIncompleteServiceBind, "LdapIncompleteServiceBind"},
 };
 
 constexpr EnumName<UserPasswordState> passwordStateNames[] = {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "Kyr/PlatformServices/Audit.h"
 #include "Kyr/System/Commons/String.h"
@@ -71,6 +72,31 @@ struct LoginCheck {
     LoginOutcome outcome = LoginOutcome::WrongCredentials;
     bool isAdministrator = false;        // holds the role "Admin"
     bool passwordChangeRequired = false; // initial password unchanged or password expired
+    bool directoryUser = false;          // logged in through the directory (no local password)
+};
+
+// The directory as seen at the last login or connection test.
+struct DirectoryStatus {
+    bool enabled = false;      // directory login switched on
+    bool attempted = false;    // the directory was asked since the start
+    bool reached = false;      // the last attempt reached a server (and secured the connection)
+    std::int64_t lastAttemptUnixSeconds = 0;
+    String server;             // the server of the last attempt's answer or failure
+    String lastError;          // empty when the last attempt had none; never holds a password
+};
+
+// One step of a connection test, in order: "connect", "tls", "serviceBind", "userSearch", "userBind",
+// "groups", "roles".
+struct DirectoryTestStep {
+    String name;
+    bool succeeded = false;
+    String detail; // what was found (certificate subject, DN, groups, roles) or what failed and what to do
+};
+
+struct DirectoryTestResult {
+    bool succeeded = false;           // every step that was tried succeeded
+    String server;                    // the server the steps ran against (the last one tried on failure)
+    std::vector<DirectoryTestStep> steps; // the steps tried; a failed one is the last
 };
 
 class PlatformServices {
@@ -90,11 +116,16 @@ public:
     // nothing when the database already existed.
     virtual std::optional<String> GetInitialAdminPassword() const = 0;
 
-    // Checks a login; constant time in whether the user exists (a dummy hash is verified otherwise).
+    // Checks a login; constant time in whether a local user exists (a dummy hash is verified otherwise).
+    // A name that is not a local user is looked up in the directory when directory login is on; the
+    // roles it maps to are kept in memory until its next login, for the checks below and for the
+    // authorization service.
     virtual LoginCheck CheckLogin(const String& userName, const String& password) = 0;
     virtual bool IsAdministrator(const String& userName) = 0;
     virtual bool IsPasswordChangeRequired(const String& userName) = 0;
-    virtual bool UserExists(const String& userName) = 0;
+    virtual bool UserExists(const String& userName) = 0; // a local user, or a directory user holding roles
+    // Not a local user, but logged in through the directory (holding the roles of its last login).
+    virtual bool IsDirectoryUser(const String& userName) = 0;
     virtual bool IsAuthenticationRequired() = 0;
     virtual Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() = 0;
 
@@ -108,6 +139,17 @@ public:
     // True while changing requests must be refused: the audit trail is fail-closed and the newest
     // record could not be stored. The next record that is stored ends it.
     virtual bool AuditBlocksChanges() = 0;
+
+    // Directory login: the outcome of the last attempt to reach the directory.
+    virtual DirectoryStatus GetDirectoryStatus() = 0;
+    // Tries the stored directory configuration step by step, with a user's credentials when given
+    // (otherwise only connect, TLS and the service bind). Changes no session and no stored role.
+    virtual DirectoryTestResult TestDirectoryConnection(const std::optional<String>& userName,
+                                                        const std::optional<String>& password) = 0;
+    // Why the calling thread's last SetLdapConfigurationFromFile refused the file ("Line 4, key
+    // 'server': ..."); empty after success.
+    virtual String GetLdapConfigurationErrorText() = 0;
+
 };
 
 } // namespace Kyr::PlatformServices

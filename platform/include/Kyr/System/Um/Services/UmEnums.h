@@ -29,6 +29,19 @@ enum class UserManagerConfigError : std::uint32_t {
     LdapConfigurationInvalid = 15,
     LdapConfigurationMissing = 16,
     MinimumCountsExceedLength = 17,
+    // A directory configuration file refused; the configuration service's error text names the line and key.
+    LdapSyntaxError = 18,
+    LdapUnknownKey = 19,
+    LdapDuplicateKey = 20,
+    LdapMissingKey = 21,
+    LdapInvalidValue = 22,
+    LdapInvalidServerUri = 23,
+    LdapUnencryptedNotAllowed = 24,
+    LdapTrustStoreNotFound = 25,
+    LdapInvalidDn = 26,
+    LdapInvalidFilter = 27,
+    LdapUnknownRole = 28,
+    LdapIncompleteServiceBind = 29,
 };
 
 // State of a user's password.

@@ -1,0 +1,131 @@
+// End to end: a directory user logs in to wbm-host against a real slapd, and the roles its groups
+// map to decide what it may do; the login waits and the security log apply as to local users.
+#include <filesystem>
+
+#include "../SlapdServer.h"
+#include "HostTest.h"
+
+namespace Kyr::IntegrationTests {
+namespace {
+
+using Kyr::Testing::ReadFileText;
+using Kyr::Testing::SlapdServer;
+using Kyr::Testing::TestCertificates;
+
+const std::string Ldif = R"(dn: dc=example,dc=test
+objectClass: dcObject
+objectClass: organization
+dc: example
+o: Example Plant
+
+dn: cn=reader,dc=example,dc=test
+objectClass: person
+cn: reader
+sn: Reader
+userPassword: Reader-Secret-1
+
+dn: uid=alice,dc=example,dc=test
+objectClass: inetOrgPerson
+uid: alice
+cn: Alice
+sn: Engineer
+userPassword: Alice-Dir-Pass-1
+
+dn: uid=bob,dc=example,dc=test
+objectClass: inetOrgPerson
+uid: bob
+cn: Bob
+sn: Admin
+userPassword: Bob-Dir-Pass-1
+
+dn: cn=engineers,dc=example,dc=test
+objectClass: groupOfNames
+cn: engineers
+member: uid=alice,dc=example,dc=test
+
+dn: cn=admins,dc=example,dc=test
+objectClass: groupOfNames
+cn: admins
+member: uid=bob,dc=example,dc=test
+)";
+
+struct DirectoryHostTest : HostTest {
+    std::string File(const std::string& engineersRole) const {
+        return "server = " + slapd.LdapsUri() + "\ntrust_store = directory-ca\nconnect_timeout = 2\n"
+               "user_base = dc=example,dc=test\nuser_filter = (objectClass=inetOrgPerson)\n"
+               "bind_dn = cn=reader,dc=example,dc=test\nbind_password = Reader-Secret-1\n"
+               "group_base = dc=example,dc=test\n"
+               "group_role = Admin : cn=admins,dc=example,dc=test\n"
+               "group_role = " + engineersRole + " : cn=engineers,dc=example,dc=test\n";
+    }
+    void Configure(WebClient& admin, const std::string& engineersRole) {
+        std::filesystem::create_directories(DataDir() / "truststores/directory-ca");
+        std::filesystem::copy_file(certificates.caFile, DataDir() / "truststores/directory-ca/ca.pem",
+                                   std::filesystem::copy_options::overwrite_existing);
+        admin.Call("LdapDp/SetLdapConfiguration", File(engineersRole));
+        admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=true");
+    }
+
+    TempDir certificateFolder;
+    TestCertificates certificates{certificateFolder.Path(), "Directory Test CA"};
+    SlapdServer slapd{certificates, Ldif};
+};
+
+TEST_F(DirectoryHostTest, DirectoryUsersLogInWithTheRolesOfTheMapping) {
+    WebClient admin = Admin();
+    Configure(admin, "Engineer");
+
+    WebClient bob = Client();
+    ASSERT_EQ(bob.Login("bob", "Bob-Dir-Pass-1").status, 200);
+    Answer users = bob.Get("/api/UserManagementDp/GetUserManagementConfig");
+    EXPECT_EQ(users.status, 200);
+    EXPECT_EQ(users.body.find("\"bob\""), std::string::npos) << "directory users are not device users";
+
+    WebClient alice = Client();
+    Answer login = alice.Login("alice", "Alice-Dir-Pass-1");
+    ASSERT_EQ(login.status, 200) << login.body;
+    EXPECT_EQ(login.Json()["passwordChangeRequired"], false);
+    EXPECT_EQ(alice.Get("/api/UserManagementDp/GetUserManagementConfig").status, 403);
+    EXPECT_EQ(alice.ChangeOwnPassword("Alice-Dir-Pass-1", "Other-Dir-Pass-2").Json()["errorText"],
+              "A directory user's password is changed in the directory, not on the device.");
+    EXPECT_EQ(alice.Get("/api/session").Json()["directoryUser"], true);
+    EXPECT_EQ(alice.Get("/api/ldap/status").status, 403) << "an Engineer may not configure LDAP";
+
+    // The administrator's connection test names every step; the status tells the directory was reached.
+    Answer test = admin.Post("/api/ldap/test", R"({"username":"alice","password":"Alice-Dir-Pass-1"})",
+                             {{"Content-Type", "application/json"}});
+    ASSERT_EQ(test.status, 200) << test.body;
+    EXPECT_EQ(test.Json()["succeeded"], true) << test.body;
+    EXPECT_EQ(admin.Post("/api/ldap/test", "[1]").status, 400);
+    EXPECT_EQ(admin.Post("/api/ldap/test", "", {{"X-CSRF-Token", "wrong"}}).status, 403);
+    Answer status = admin.Get("/api/ldap/status");
+    ASSERT_EQ(status.status, 200);
+    EXPECT_EQ(status.Json()["reached"], true) << status.body;
+
+    // The administrator maps alice's group to "Admin": it counts from her next login.
+    Configure(admin, "Admin");
+    EXPECT_EQ(alice.Get("/api/UserManagementDp/GetUserManagementConfig").status, 403);
+    WebClient again = Client();
+    ASSERT_EQ(again.Login("alice", "Alice-Dir-Pass-1").status, 200);
+    EXPECT_EQ(again.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
+}
+
+TEST_F(DirectoryHostTest, FailedDirectoryLoginsWaitAndAreLoggedWithoutThePassword) {
+    WebClient admin = Admin();
+    Configure(admin, "Engineer");
+    WebClient alice = Client();
+    Answer refused = alice.Login("alice", "Wrong-Dir-Pass-9");
+    EXPECT_EQ(refused.status, 401);
+    EXPECT_NE(refused.Header("Retry-After"), "") << "the session policy's wait applies";
+    EXPECT_EQ(alice.Login("alice", "Alice-Dir-Pass-1").status, 401) << "during the wait the password is not checked";
+    const std::string log = ReadFileText(DataDir() / "security.log");
+    EXPECT_NE(log.find("event=\"session.login.failure\" category=\"access\" outcome=\"failure\" user=\"\" address=\"127.0.0.1\" target=\"alice\""), std::string::npos) << log;
+    EXPECT_TRUE(FilesContaining(DataDir(), "Wrong-Dir-Pass-9").empty());
+
+    // The directory gone: the local administrator still logs in.
+    slapd.Stop();
+    EXPECT_EQ(Client().Login("admin", AdminPassword).status, 200);
+}
+
+} // namespace
+} // namespace Kyr::IntegrationTests
