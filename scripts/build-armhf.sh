@@ -33,8 +33,8 @@ native="$(dpkg --print-architecture)"
 # headers only and architecture-independent.
 host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user)
 target_packages=(
-  libfmt-dev libboost1.81-dev libxml2-dev
-  libsqlite3-dev libsodium-dev libcpp-httplib-dev
+  libfmt-dev libboost1.81-dev libexpat1-dev
+  libsqlite3-dev libsodium-dev libssl-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev
 )
 wanted=("${host_packages[@]}")
