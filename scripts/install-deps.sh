@@ -9,6 +9,7 @@ packages=(
   libsqlite3-dev libsodium-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
+  dpkg-dev file
 )
 # Extra packages named on the command line (e.g. the browser tests' chromium).
 packages+=("$@")
