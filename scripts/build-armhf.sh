@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Cross-builds the product for the controller (32-bit ARM, hard-float) in build/armhf: the platform
-# libraries, the module, the services and wbm-host. Installs what is missing first: the cross
+# libraries, the module, the services and wbm-host, and its Debian package. Installs what is missing first: the cross
 # toolchain and the armhf development packages of every dependency (Debian multiarch).
 # Idempotent and non-interactive; run as root (or with sudo available).
 #
@@ -110,6 +110,9 @@ build="$root/build/armhf"
 (cd "$root" && cmake --preset armhf -DKYR_BUILD_TESTS="$build_tests" >/dev/null)
 cmake --build "$build" -j "$jobs"
 echo "Built for armhf in $build (bin/, lib/)"
+# The controller's Debian package (dpkg-shlibdeps reads the armhf libraries' symbol files).
+(cd "$build" && cpack -G DEB >/dev/null)
+echo "Package: $(ls "$build"/*.deb)"
 if [ "$build_tests" = ON ]; then
   # Each test runs under qemu-user, the emulator that the toolchain file names.
   (cd "$build" && ctest --output-on-failure -j "$jobs" --timeout 600)
