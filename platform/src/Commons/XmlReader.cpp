@@ -2,6 +2,7 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -49,7 +50,9 @@ struct ParseError {
 // would: what comes before it can still be read.
 class TagCollector {
 public:
-    explicit TagCollector(const String& text) : text(text), parser(XML_ParserCreate("UTF-8")) {}
+    // No encoding is imposed: the document's declaration (UTF-8 when it has none) decides, and
+    // names and values arrive in UTF-8.
+    explicit TagCollector(const String& text) : text(text), parser(XML_ParserCreate(nullptr)) {}
     ~TagCollector() {
         if (parser != nullptr) XML_ParserFree(parser);
     }
@@ -62,11 +65,20 @@ public:
         XML_SetUserData(parser, this);
         XML_SetElementHandler(parser, &TagCollector::OnStart, &TagCollector::OnEnd);
         // External entities are never fetched: no handler is set, so Expat does not load them.
-        if (XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE) == XML_STATUS_ERROR) {
-            const XML_Error code = XML_GetErrorCode(parser);
-            const char* message = XML_ErrorString(code);
-            error = ParseError{message == nullptr ? String("Malformed XML document") : String(message), ErrorLine(code)};
-        }
+        // Expat takes int lengths: the text goes in pieces.
+        constexpr std::size_t piece = 1 << 20;
+        std::size_t offset = 0;
+        do {
+            const std::size_t length = std::min(piece, text.size() - offset);
+            const bool last = offset + length == text.size();
+            if (XML_Parse(parser, text.data() + offset, static_cast<int>(length), last ? XML_TRUE : XML_FALSE) == XML_STATUS_ERROR) {
+                const XML_Error code = XML_GetErrorCode(parser);
+                const char* message = XML_ErrorString(code);
+                error = ParseError{message == nullptr ? String("Malformed XML document") : String(message), ErrorLine(code)};
+                break;
+            }
+            offset += length;
+        } while (offset < text.size());
         return true;
     }
 
