@@ -9,6 +9,10 @@ namespace Kyr::WbmHost {
 //
 // The host sends "READY=1" once it serves, "STOPPING=1" when it begins to stop.
 
+// The exit status by which the host asks the service manager to start it again (a device restart);
+// the package's unit names it in RestartForceExitStatus=.
+constexpr int RestartExitStatus = 75;
+
 // True when a service manager waits for such messages ($NOTIFY_SOCKET names a socket). Then a
 // device restart is left to the service manager: the host ends with the exit status that asks for one.
 bool RunningUnderServiceManager();
