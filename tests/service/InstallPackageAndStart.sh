@@ -3,9 +3,13 @@
 # unit's command line by hand against the unpacked files (systemd itself does not run). Checks the
 # package's declared dependencies, the unit, and that the installed host answers on loopback.
 #
-#   InstallPackageAndStart.sh BUILD_DIR
+#   InstallPackageAndStart.sh BUILD_DIR ARCHITECTURE [EMULATOR...]
+# ARCHITECTURE is the Debian architecture the build targets; a cross build's host runs through the
+# EMULATOR command (qemu-user).
 set -euo pipefail
 build="$(cd "$1" && pwd)"
+architecture="$2"
+emulator=("${@:3}")
 work="$(mktemp -d)"
 host_pid=""
 cleanup() {
@@ -18,8 +22,8 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work/out" >"$work/cpack.log" 2>&1 || { cat "$work/cpack.log" >&2; fail "cpack"; }
 package="$(ls "$work"/out/*.deb)"
 
-# Control data: the build machine's architecture, and the system libraries the programs use, nothing else.
-[ "$(dpkg-deb -f "$package" Architecture)" = "$(dpkg --print-architecture)" ] || fail "architecture"
+# Control data: the target's architecture, and the system libraries the programs use, nothing else.
+[ "$(dpkg-deb -f "$package" Architecture)" = "$architecture" ] || fail "architecture is not $architecture"
 depends="$(dpkg-deb -f "$package" Depends)"
 echo "Depends: $depends"
 for wanted in libsqlite3 libsodium libfmt libexpat1; do
@@ -70,7 +74,7 @@ for ((i = 0; i < ${#words[@]}; i++)); do
   command+=("$word")
 done
 [ -x "${command[0]}" ] || fail "ExecStart names ${command[0]}, which the package does not hold"
-"${command[@]}" --admin-password 'Package-Test-2026' >"$work/host.log" 2>&1 &
+"${emulator[@]}" "${command[@]}" --admin-password 'Package-Test-2026' >"$work/host.log" 2>&1 &
 host_pid=$!
 
 address=""
