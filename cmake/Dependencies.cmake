@@ -3,7 +3,8 @@ find_package(PkgConfig REQUIRED)
 find_package(fmt CONFIG REQUIRED)
 # Boost 1.81: Beast and Asio for the host; Boost.Regex header-only (no ICU, no compiled library).
 find_package(Boost 1.81 EXACT REQUIRED)
-pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
+# Expat reads the settings files.
+find_package(EXPAT REQUIRED)
 pkg_check_modules(RAPIDJSON REQUIRED IMPORTED_TARGET RapidJSON)
 set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIONS
   "SHELL:-include ${CMAKE_CURRENT_LIST_DIR}/RapidJsonAlignment.h")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Cross-builds the product for the controller (32-bit ARM, hard-float) in build/armhf: the platform
-# libraries, the module, the services and wbm-host. Installs what is missing first: the cross
+# libraries, the module, the services and wbm-host, and its Debian package. Installs what is missing first: the cross
 # toolchain and the armhf development packages of every dependency (Debian multiarch).
 # Idempotent and non-interactive; run as root (or with sudo available).
 #
@@ -35,7 +35,7 @@ native="$(dpkg --print-architecture)"
 host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user
   rsyslog rsyslog-openssl openssl)
 target_packages=(
-  libfmt-dev libboost1.81-dev libxml2-dev
+  libfmt-dev libboost1.81-dev libexpat1-dev
   libsqlite3-dev libsodium-dev libssl-dev libldap-dev libgnutls28-dev
   libgtest-dev libgmock-dev
 )
@@ -112,6 +112,9 @@ build="$root/build/armhf"
 (cd "$root" && cmake --preset armhf -DKYR_BUILD_TESTS="$build_tests" >/dev/null)
 cmake --build "$build" -j "$jobs"
 echo "Built for armhf in $build (bin/, lib/)"
+# The controller's Debian package (dpkg-shlibdeps reads the armhf libraries' symbol files).
+(cd "$build" && cpack -G DEB >/dev/null)
+echo "Package: $(ls "$build"/*.deb)"
 if [ "$build_tests" = ON ]; then
   # Each test runs under qemu-user, the emulator that the toolchain file names.
   (cd "$build" && ctest --output-on-failure -j "$jobs" --timeout 600)

@@ -5,10 +5,12 @@ set -euo pipefail
 
 packages=(
   cmake g++ make pkg-config ccache
-  rapidjson-dev libfmt-dev libboost1.81-dev libxml2-dev
+  rapidjson-dev libfmt-dev libboost1.81-dev libexpat1-dev
   libsqlite3-dev libsodium-dev libssl-dev libldap-dev libgnutls28-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
+  # The package test: dpkg-shlibdeps and file.
+  dpkg-dev file
   # Tests start real servers: a syslog collector (TCP, and TLS through its OpenSSL driver) for the
   # audit forwarding, slapd for directory logins, and openssl makes their test certificates.
   rsyslog rsyslog-openssl slapd ldap-utils openssl

@@ -73,14 +73,19 @@ HostProcess::HostProcess(const fs::path& dataDirectory, std::vector<std::string>
     }
 }
 
-bool HostProcess::IsRunning() { return pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0; }
+bool HostProcess::IsRunning() {
+    if (pid <= 0 || reaped) return false;
+    const pid_t result = waitpid(pid, &reapedStatus, WNOHANG);
+    reaped = result == pid;
+    return result == 0;
+}
 
 int HostProcess::Stop() {
     if (pid <= 0) return -1;
-    kill(pid, SIGTERM);
-    int status = 0;
+    int status = reapedStatus;
+    if (!reaped) kill(pid, SIGTERM);
     const auto deadline = Clock::now() + std::chrono::seconds(20);
-    while (waitpid(pid, &status, WNOHANG) != pid) {
+    while (!reaped && waitpid(pid, &status, WNOHANG) != pid) {
         if (Clock::now() > deadline) {
             kill(pid, SIGKILL);
             waitpid(pid, &status, 0);

@@ -34,6 +34,8 @@ private:
     FILE* stdoutFile = nullptr;
     int port = 0;
     bool tls = false;
+    bool reaped = false; // ended, and its status taken by IsRunning()
+    int reapedStatus = 0;
     std::filesystem::path logPath;
     std::vector<std::string> startLines;
 };

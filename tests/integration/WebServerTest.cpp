@@ -1,6 +1,10 @@
 // The web server under abuse: connection limits, slow and idle clients, refused requests that must
 // not leak into the next one, methods, sessions of changed users, files and start-up.
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <memory>
@@ -191,6 +195,34 @@ TEST(WebServerStartTest, StopLetsTheAnswerInFlightFinish) {
     EXPECT_EQ(host.Stop(), 0);
     login.join();
     EXPECT_EQ(answer.status, 401);
+}
+
+// What a service manager hears on its notification socket, and the restart it is asked for.
+TEST(WebServerStartTest, UnderAServiceManagerReadinessIsToldAndARestartIsLeftToIt) {
+    TempDir temp;
+    const std::string socketPath = (temp.Path() / "notify").string();
+    const int listener = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    auto receive = [&] {
+        pollfd descriptor{listener, POLLIN, 0};
+        char message[256] = "";
+        if (poll(&descriptor, 1, 10000) > 0) recv(listener, message, sizeof message - 1, 0);
+        return std::string(message);
+    };
+    setenv("NOTIFY_SOCKET", socketPath.c_str(), 1);
+    HostProcess host(temp.Path() / "data", {"--admin-password", InitialAdminPassword});
+    unsetenv("NOTIFY_SOCKET");
+    EXPECT_EQ(receive(), "READY=1");
+    WebClient admin(host.Port());
+    admin.LoginAsAdminFirstTime();
+    admin.Call("UserManagementDp/RestartSystem");
+    EXPECT_EQ(receive(), "STOPPING=1");
+    for (int wait = 0; wait < 200 && host.IsRunning(); ++wait) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(host.Stop(), 75) << "the exit status that asks the service manager for a new start";
+    close(listener);
 }
 
 } // namespace

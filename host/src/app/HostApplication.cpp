@@ -20,6 +20,7 @@
 #include "Kyr/System/Nm/Notifications.h"
 #include "net/DeviceCertificate.h"
 #include "net/WebServer.h"
+#include "service/ServiceManagerNotify.h"
 
 namespace Kyr::WbmHost {
 
@@ -197,6 +198,7 @@ int HostApplication::Run() {
         HostRequestHandler handler(context, limits);
         std::unique_ptr<HttpsRedirectHandler> redirect;
         const Modules::ModuleInfo moduleInfo(options.settingsPath, {{"Host", "wbm-host"}});
+        int exitCode = 0;
         int port = options.listenPort;
         int redirectPort = options.httpRedirectPort;
         for (bool first = true;; first = false) {
@@ -218,17 +220,25 @@ int HostApplication::Run() {
                 PrintLine(Kyr::String("Listening on ") + (tls ? "https://" : "http://") + ShownHost(options.listenHost) + ":" +
                           std::to_string(port));
             }
+            if (first) NotifyServiceManager("READY=1");
             const bool restart = WaitForStopOrRestart();
+            // Under a service manager a device restart is a new start of the process, which it does.
+            const bool restartByServiceManager = restart && RunningUnderServiceManager();
+            if (!restart || restartByServiceManager) NotifyServiceManager("STOPPING=1");
             server.Stop();
             module.reset();
+            if (restartByServiceManager) {
+                exitCode = RestartExitStatus;
+                break;
+            }
             if (!restart) break;
             sessions.EndAll(Events::EndedRestart);
             HostLifecycle::LogInfo("Restarting: module unloaded, setting it up again");
         }
         sessions.SetEndListener(nullptr);
         RecordHostEvent(*services, Events::HostStopped);
-        HostLifecycle::LogInfo("Stopped");
-        return 0;
+        HostLifecycle::LogInfo(exitCode == RestartExitStatus ? "Stopped for a restart by the service manager" : "Stopped");
+        return exitCode;
     } catch (const std::exception& error) {
         HostLifecycle::LogError("Host failed: {0}", error.what());
         std::cerr << "wbm-host: " << error.what() << std::endl;

@@ -16,7 +16,8 @@ namespace Kyr::WbmHost {
 class HostApplication {
 public:
     explicit HostApplication(HostOptions options);
-    // Answers the process exit code: 0 after a requested stop, 1 when the host could not start.
+    // Answers the process exit code: 0 after a requested stop, 1 when the host could not start, and
+    // RestartExitStatus for a device restart under a service manager (which starts the host again).
     int Run();
     // Thread-safe; also before or during start-up.
     void RequestStop();

@@ -1,7 +1,8 @@
 #include "Kyr/System/Commons/Xml/XmlReader.h"
 
-#include <libxml/xmlreader.h>
+#include <expat.h>
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -15,9 +16,7 @@ namespace Kyr::System::Commons::Xml {
 
 namespace {
 
-String ToString(const xmlChar* text) { return text == nullptr ? String() : String(reinterpret_cast<const char*>(text)); }
-
-// The reader is seen as a stream of start and end tags; everything else (text, comments,
+// The document is seen as a stream of start and end tags; everything else (text, comments,
 // whitespace, processing instructions) is skipped. <x/> yields a start and an end tag.
 struct Token {
     enum class Kind { Start, End, EndOfDocument } kind = Kind::EndOfDocument;
@@ -34,100 +33,135 @@ struct CurrentElement {
     bool closed = false; // its end tag has been consumed
 };
 
-struct ErrorRecord {
-    bool failed = false;
+// "prefix:name" -> "name": elements are matched by their local name.
+String LocalName(const XML_Char* name) {
+    const String qualified(name);
+    const std::size_t colon = qualified.rfind(':');
+    return colon == String::npos ? qualified : qualified.substr(colon + 1);
+}
+
+struct ParseError {
     String message;
     int line = 0;
 };
 
-void OnStructuredError(void* userData, const xmlError* error) {
-    auto* record = static_cast<ErrorRecord*>(userData);
-    if (error == nullptr || error->level == XML_ERR_WARNING || record->failed) return;
-    record->failed = true;
-    record->message = error->message == nullptr ? String("XML parse error") : String(error->message);
-    while (!record->message.empty() && (record->message.back() == '\n' || record->message.back() == '\r'))
-        record->message.pop_back();
-    record->line = error->line;
-}
+// Settings files are small, so Expat parses the whole text at once into tags. A malformed part
+// is kept as an error that the reader raises only when it reaches that place, as a pull reader
+// would: what comes before it can still be read.
+class TagCollector {
+public:
+    // No encoding is imposed: the document's declaration (UTF-8 when it has none) decides, and
+    // names and values arrive in UTF-8.
+    explicit TagCollector(const String& text) : text(text), parser(XML_ParserCreate(nullptr)) {}
+    ~TagCollector() {
+        if (parser != nullptr) XML_ParserFree(parser);
+    }
+    TagCollector(const TagCollector&) = delete;
+    TagCollector& operator=(const TagCollector&) = delete;
+
+    // Returns false when Expat could not even be set up (out of memory).
+    bool Run() {
+        if (parser == nullptr) return false;
+        XML_SetUserData(parser, this);
+        XML_SetElementHandler(parser, &TagCollector::OnStart, &TagCollector::OnEnd);
+        // External entities are never fetched: no handler is set, so Expat does not load them.
+        // Expat takes int lengths: the text goes in pieces.
+        constexpr std::size_t piece = 1 << 20;
+        std::size_t offset = 0;
+        do {
+            const std::size_t length = std::min(piece, text.size() - offset);
+            const bool last = offset + length == text.size();
+            if (XML_Parse(parser, text.data() + offset, static_cast<int>(length), last ? XML_TRUE : XML_FALSE) == XML_STATUS_ERROR) {
+                const XML_Error code = XML_GetErrorCode(parser);
+                const char* message = XML_ErrorString(code);
+                error = ParseError{message == nullptr ? String("Malformed XML document") : String(message), ErrorLine(code)};
+                break;
+            }
+            offset += length;
+        } while (offset < text.size());
+        return true;
+    }
+
+    std::vector<Token> tokens;
+    std::optional<ParseError> error;
+
+private:
+    static void XMLCALL OnStart(void* userData, const XML_Char* name, const XML_Char** attributes) {
+        auto* self = static_cast<TagCollector*>(userData);
+        Token token{Token::Kind::Start, LocalName(name), {}, self->depth++, self->StartTagEndLine()};
+        for (const XML_Char** attribute = attributes; attribute[0] != nullptr; attribute += 2)
+            token.attributes.emplace_back(attribute[0], attribute[1]);
+        self->tokens.push_back(std::move(token));
+    }
+
+    static void XMLCALL OnEnd(void* userData, const XML_Char* name) {
+        auto* self = static_cast<TagCollector*>(userData);
+        self->tokens.push_back(Token{Token::Kind::End, LocalName(name), {}, --self->depth, static_cast<int>(XML_GetCurrentLineNumber(self->parser))});
+    }
+
+    // An element's line is the one on which its start tag ends (a tag may span lines).
+    int StartTagEndLine() const {
+        const auto line = static_cast<int>(XML_GetCurrentLineNumber(parser));
+        const XML_Index begin = XML_GetCurrentByteIndex(parser);
+        const int count = XML_GetCurrentByteCount(parser);
+        if (begin < 0 || count <= 0 || static_cast<std::size_t>(begin) + static_cast<std::size_t>(count) > text.size()) return line;
+        return line + NewlinesIn(static_cast<std::size_t>(begin), static_cast<std::size_t>(count));
+    }
+
+    // An error at the end of the text (an element left open) belongs to the last line with content,
+    // not to the empty line after a final newline.
+    int ErrorLine(XML_Error code) const {
+        const auto line = static_cast<int>(XML_GetCurrentLineNumber(parser));
+        if (code != XML_ERROR_NO_ELEMENTS && code != XML_ERROR_UNCLOSED_TOKEN) return line;
+        std::size_t end = text.size();
+        while (end > 0 && (text[end - 1] == '\n' || text[end - 1] == '\r' || text[end - 1] == ' ' || text[end - 1] == '\t')) --end;
+        return 1 + NewlinesIn(0, end);
+    }
+
+    // Counts line breaks as Expat does: "\r\n", "\n" and a lone "\r" each end one line.
+    int NewlinesIn(std::size_t begin, std::size_t count) const {
+        int lines = 0;
+        for (std::size_t i = begin; i < begin + count; ++i) {
+            if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) ++lines;
+        }
+        return lines;
+    }
+
+    const String& text;
+    XML_Parser parser;
+    int depth = 0;
+};
 
 } // namespace
 
 struct XmlReader::Impl {
-    String buffer; // keeps the text of FromMemory alive while the reader uses it
-    xmlTextReaderPtr reader = nullptr;
-    ErrorRecord error;
+    std::vector<Token> tokens;
+    std::size_t position = 0;
+    std::optional<ParseError> error; // raised once every token before it was read
     std::optional<Token> lookahead;
-    bool pendingEndOfEmpty = false; // <x/> was read; its end tag is the next token
-    Token pendingEnd;
     std::vector<Token> entered; // elements whose content is being read, outermost first
     std::optional<CurrentElement> current;
     int lastLine = 0;
 
-    ~Impl() {
-        if (reader != nullptr) xmlFreeTextReader(reader);
-    }
-
     [[noreturn]] void Fail(const String& message, int line) const { throw XmlException(message, line); }
 
-    // libxml2's global state is set up once, before the first reader, even when two threads race.
-    static void EnsureParserInitialised() {
-        static const bool initialised = [] {
-            xmlInitParser();
-            return true;
-        }();
-        (void)initialised;
-    }
-
-    void Attach(xmlTextReaderPtr created, const String& source) {
-        if (created == nullptr) Fail(SafeFormat("Cannot open XML file '{0}'", source), 0);
-        reader = created;
-        xmlTextReaderSetStructuredErrorHandler(reader, reinterpret_cast<xmlStructuredErrorFunc>(&OnStructuredError), &error);
-    }
-
-    int ParserLine() const {
-        const int line = xmlTextReaderGetParserLineNumber(reader);
-        return line > 0 ? line : lastLine;
+    void Parse(const String& text, const String& source) {
+        TagCollector collector(text);
+        if (!collector.Run()) Fail(SafeFormat("Cannot open XML file '{0}'", source), 0);
+        tokens = std::move(collector.tokens);
+        error = std::move(collector.error);
     }
 
     Token ReadToken() {
-        if (pendingEndOfEmpty) {
-            pendingEndOfEmpty = false;
-            return pendingEnd;
-        }
-        for (;;) {
-            const int result = xmlTextReaderRead(reader);
-            if (result < 0 || error.failed) {
-                const int line = error.line > 0 ? error.line : ParserLine();
-                Fail(error.failed ? error.message : String("Malformed XML document"), line);
-            }
-            Token token;
-            if (result == 0) {
-                token.line = ParserLine();
-                return token;
-            }
-            const int type = xmlTextReaderNodeType(reader);
-            if (type != XML_READER_TYPE_ELEMENT && type != XML_READER_TYPE_END_ELEMENT) continue;
-            token.depth = xmlTextReaderDepth(reader);
-            token.localName = ToString(xmlTextReaderConstLocalName(reader));
-            const xmlNodePtr node = xmlTextReaderCurrentNode(reader);
-            const long nodeLine = node == nullptr ? 0 : xmlGetLineNo(node);
-            token.line = nodeLine > 0 && nodeLine < std::numeric_limits<int>::max() ? static_cast<int>(nodeLine) : ParserLine();
+        if (position < tokens.size()) {
+            Token token = tokens[position++];
             lastLine = token.line;
-            if (type == XML_READER_TYPE_END_ELEMENT) {
-                token.kind = Token::Kind::End;
-                return token;
-            }
-            token.kind = Token::Kind::Start;
-            const bool selfClosing = xmlTextReaderIsEmptyElement(reader) == 1;
-            while (xmlTextReaderMoveToNextAttribute(reader) == 1)
-                token.attributes.emplace_back(ToString(xmlTextReaderConstName(reader)), ToString(xmlTextReaderConstValue(reader)));
-            xmlTextReaderMoveToElement(reader);
-            if (selfClosing) {
-                pendingEndOfEmpty = true;
-                pendingEnd = Token{Token::Kind::End, token.localName, {}, token.depth, token.line};
-            }
             return token;
         }
+        if (error) Fail(error->message, error->line);
+        Token end;
+        end.line = lastLine;
+        return end;
     }
 
     Token Next() {
@@ -205,27 +239,26 @@ struct XmlReader::Impl {
     }
 };
 
-namespace {
-constexpr int ReaderOptions = XML_PARSE_NONET | XML_PARSE_NOCDATA;
-} // namespace
-
 XmlReader::XmlReader(std::unique_ptr<Impl> impl) : impl(std::move(impl)) {}
 XmlReader::~XmlReader() = default;
 
 std::unique_ptr<XmlReader> XmlReader::FromFile(const String& path) {
     if (!Io::File::Exists(path)) throw XmlException(SafeFormat("Cannot open XML file '{0}'", path), 0);
-    Impl::EnsureParserInitialised();
+    String text;
+    try {
+        const std::vector<std::uint8_t> bytes = Io::File::ReadAll(path);
+        text.assign(bytes.begin(), bytes.end());
+    } catch (const std::exception&) {
+        throw XmlException(SafeFormat("Cannot open XML file '{0}'", path), 0);
+    }
     auto impl = std::make_unique<Impl>();
-    impl->Attach(xmlReaderForFile(path.c_str(), nullptr, ReaderOptions), path);
+    impl->Parse(text, path);
     return std::unique_ptr<XmlReader>(new XmlReader(std::move(impl)));
 }
 
 std::unique_ptr<XmlReader> XmlReader::FromMemory(const String& text) {
-    Impl::EnsureParserInitialised();
     auto impl = std::make_unique<Impl>();
-    impl->buffer = text;
-    impl->Attach(xmlReaderForMemory(impl->buffer.data(), static_cast<int>(impl->buffer.size()), "memory", nullptr, ReaderOptions),
-                 "memory");
+    impl->Parse(text, "memory");
     return std::unique_ptr<XmlReader>(new XmlReader(std::move(impl)));
 }
 

@@ -7,7 +7,7 @@
 
 namespace Kyr::System::Commons::Xml {
 
-// Forward-only XML reader over libxml2's pull reader. Every failure (unreadable file, malformed
+// Forward-only XML reader over Expat. Every failure (unreadable file, malformed
 // document) throws XmlException carrying the line number where it happened.
 //
 // The reader stands on one element at a time (the "current element"):
@@ -24,7 +24,7 @@ namespace Kyr::System::Commons::Xml {
 //    that the next TryReadStartElement() answers its next sibling; on an empty or finished element it
 //    does nothing;
 //  - attributes are read from the current element;
-//  - GetLineNumber() is the current element's line as libxml2 records it: the line on which its
+//  - GetLineNumber() is the current element's line: the line on which its
 //    start tag ends.
 class KYR_API XmlReader {
 public:
