@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -78,6 +79,24 @@ std::optional<long> ServerProcess::StatusKiB(const std::string& field) const {
         if (line.rfind(field + ":", 0) == 0) return std::stol(line.substr(field.size() + 1));
     }
     return std::nullopt;
+}
+
+double ServerProcess::CpuSeconds() const {
+    if (pid <= 0) return 0;
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    // Fields after the command name (which may hold spaces, hence the last ')'): state is field 3,
+    // utime and stime are fields 14 and 15.
+    auto close = text.rfind(')');
+    if (close == std::string::npos) return 0;
+    std::istringstream fields(text.substr(close + 2));
+    std::string field;
+    unsigned long long user = 0, system = 0;
+    for (int number = 3; number <= 15 && fields >> field; ++number) {
+        if (number == 14) user = std::stoull(field);
+        if (number == 15) system = std::stoull(field);
+    }
+    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 bool ServerProcess::ResetPeak() const {

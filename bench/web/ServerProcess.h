@@ -23,6 +23,8 @@ public:
     pid_t Pid() const { return pid; }
     // Fields of /proc/PID/status in KiB ("VmRSS", "VmHWM"); nullopt when the process is gone.
     std::optional<long> StatusKiB(const std::string& field) const;
+    // User and system CPU time the process has used so far, in seconds (all its threads).
+    double CpuSeconds() const;
     // Starts the peak (VmHWM) again from the current RSS; false when the kernel refuses.
     bool ResetPeak() const;
     void Stop();
