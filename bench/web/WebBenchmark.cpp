@@ -183,7 +183,7 @@ bool ThroughputTable(Servers& servers, const Options& options, boost::asio::ssl:
                 cell.best = std::max(cell.best, result.PerSecond());
             }
         double helloHttp = cells[0].best, helloHttps = cells[1].best;
-        std::printf("%-32s %5u %9.0f %8s %9.0f %8s %10.2f %6.0f/%-6.0f\n", "hello (yardstick)", connections, helloHttp,
+        std::printf("%-32s %5u %9.0f %8s %9.0f %8s %10.2f %6.0f/%.0f\n", "hello (yardstick)", connections, helloHttp,
                     "", helloHttps, "", helloHttps / helloHttp, cells[0].CpuMicrosecondsPerAnswer(),
                     cells[1].CpuMicrosecondsPerAnswer());
         const char* names[] = {"GET /api/session", "GET .../GetUserManagementConfig"};
