@@ -2,7 +2,13 @@
 // and a short bounded run of its load against the hello server, plain and over TLS.
 #include <gtest/gtest.h>
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+
+#include <atomic>
 #include <chrono>
+#include <functional>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
@@ -16,6 +22,8 @@
 
 namespace fs = std::filesystem;
 using namespace Kyr::WebBench;
+using tcp = boost::asio::ip::tcp;
+
 
 TEST(WebLoadAddresses, ListeningLinesGiveLoopbackEndpointsOnly) {
     struct Case {
@@ -126,6 +134,73 @@ TEST_P(WebLoadAgainstHello, QuietConnectionsStayOpenWhileANormalRequestIsAnswere
 
 INSTANTIATE_TEST_SUITE_P(PlainAndTls, WebLoadAgainstHello, ::testing::Values(false, true),
                          [](const auto& info) { return info.param ? "Tls" : "Plain"; });
+
+// The benchmark's way into the module, against the real host: if the login or the password change
+// stops working, every module figure would silently be a figure of refusals.
+TEST(WebLoadAgainstHost, TheAdministratorSessionReadsTheModuleAndRefusalsCountAsFailures) {
+    std::string pattern = (fs::temp_directory_path() / "web-load-host-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    fs::path folder = pattern;
+    {
+        ServerProcess host({KYR_BUILD_BIN_DIR "/wbm-host", "--listen", "127.0.0.1:0", "--data-dir",
+                            (folder / "data").string(), "--hash-cost", "min", "--admin-password", "Load-Initial-1x"},
+                           folder.string(), "host");
+        ASSERT_TRUE(host.Address().tls);
+        auto tls = MakeClientTlsContext();
+        AdminSession session = LogInAdministrator(host.Address(), tls, "Load-Initial-1x", "Load-Working-2y");
+        EXPECT_EQ(session.cookie.rfind("session=", 0), 0u);
+        EXPECT_FALSE(session.csrfToken.empty());
+
+        LoadPlan plan;
+        plan.endpoint = host.Address();
+        plan.target = "/api/UserManagementDp/GetUserManagementConfig";
+        plan.connections = 2;
+        plan.duration = std::chrono::seconds(30);
+        plan.maxRequests = 20;
+        plan.cookie = session.cookie;
+        LoadResult withSession = RunKeepAlive(plan, tls);
+        EXPECT_EQ(withSession.answers, 20u);
+        EXPECT_EQ(withSession.failures, 0u);
+
+        plan.cookie.clear();
+        LoadResult without = RunKeepAlive(plan, tls);
+        EXPECT_EQ(without.answers, 0u);
+        EXPECT_GE(without.failures, 1u);
+        EXPECT_LE(without.failures, 22u); // the refused requests and at most the two connections
+    }
+    fs::remove_all(folder);
+}
+
+// A server that closes each connection at once: the quiet load must come back each time, so that
+// it is still there while the normal request is measured.
+TEST(WebLoadQuiet, ConnectionsTheServerClosesAreOpenedAgain) {
+    boost::asio::io_context io;
+    tcp::acceptor acceptor(io, tcp::endpoint(boost::asio::ip::make_address("127.0.0.1"), 0));
+    Endpoint endpoint{"127.0.0.1", acceptor.local_endpoint().port(), false};
+    std::atomic<unsigned> accepted{0};
+    std::vector<tcp::socket> kept; // touched by the server thread only
+    std::function<void()> acceptNext = [&] {
+        acceptor.async_accept([&](boost::system::error_code error, tcp::socket socket) {
+            if (error) return;
+            if (++accepted <= 6) socket.close(); // the first six are closed, later ones kept
+            else kept.push_back(std::move(socket));
+            acceptNext();
+        });
+    };
+    acceptNext();
+    std::thread server([&] { io.run(); });
+    {
+        QuietConnections quiet(endpoint, 3, 0, 3, 2);
+        auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while ((quiet.ClosedByServer() < 6 || quiet.Open() < 3) && std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_EQ(quiet.ClosedByServer(), 6u);
+        EXPECT_EQ(quiet.Open(), 3u);
+        EXPECT_EQ(quiet.Failed(), 0u);
+    }
+    boost::asio::post(io, [&] { acceptor.close(); kept.clear(); });
+    server.join();
+}
 
 TEST(WebLoadServerProcess, AServerThatNeverListensIsReportedWithItsError) {
     fs::path folder = fs::temp_directory_path() / ("web-load-test-" + std::to_string(getpid()));
