@@ -85,7 +85,15 @@ std::optional<Options> ParseOptions(int argc, char** argv) {
             auto colon = value.rfind(':');
             if (colon == std::string::npos) return std::nullopt;
             options.host = value.substr(0, colon);
-            options.port = static_cast<unsigned short>(std::stoul(value.substr(colon + 1)));
+            std::size_t used = 0;
+            unsigned long port = 0;
+            try {
+                port = std::stoul(value.substr(colon + 1), &used);
+            } catch (const std::exception&) {
+                return std::nullopt;
+            }
+            if (used != value.size() - colon - 1 || port > 65535) return std::nullopt;
+            options.port = static_cast<unsigned short>(port);
         } else if (name == "--tls-cert") {
             options.certificate = value;
         } else if (name == "--tls-key") {
