@@ -14,9 +14,8 @@ if(KYR_BUILD_HOST)
   # OpenSSL: HTTPS, and the audit trail's syslog forwarding over TLS.
   find_package(OpenSSL 3 REQUIRED)
   find_package(Threads REQUIRED)
-  # Directory login: OpenLDAP's client library, and GnuTLS (its TLS library) to read certificates.
+  # Directory login: OpenLDAP's client library.
   pkg_check_modules(LDAP REQUIRED IMPORTED_TARGET ldap lber)
-  pkg_check_modules(GNUTLS REQUIRED IMPORTED_TARGET gnutls)
 endif()
 if(KYR_BUILD_TESTS)
   find_package(GTest CONFIG REQUIRED)

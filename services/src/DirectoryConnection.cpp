@@ -1,6 +1,7 @@
 #include "DirectoryConnection.h"
 
-#include <gnutls/x509.h>
+#include <openssl/bio.h>
+#include <openssl/x509.h>
 #include <ldap.h>
 
 #include <sys/socket.h>
@@ -25,18 +26,17 @@ int ScopeCode(SearchScope scope) {
     return LDAP_SCOPE_SUBTREE;
 }
 
-// The subject of a DER certificate, in the RFC 4514 form.
+// The subject of a DER certificate, in the RFC 4514 form. Read with OpenSSL, which the product carries
+// anyway, rather than with the directory client's own TLS library.
 std::string SubjectOf(const berval& der) {
-    gnutls_x509_crt_t certificate = nullptr;
-    if (gnutls_x509_crt_init(&certificate) != GNUTLS_E_SUCCESS) return {};
-    std::unique_ptr<gnutls_x509_crt_int, void (*)(gnutls_x509_crt_t)> owner(certificate, gnutls_x509_crt_deinit);
-    const gnutls_datum_t data{reinterpret_cast<unsigned char*>(der.bv_val), static_cast<unsigned>(der.bv_len)};
-    if (gnutls_x509_crt_import(certificate, &data, GNUTLS_X509_FMT_DER) != GNUTLS_E_SUCCESS) return {};
-    gnutls_datum_t subject{nullptr, 0};
-    if (gnutls_x509_crt_get_dn3(certificate, &subject, 0) != GNUTLS_E_SUCCESS) return {};
-    std::string text(reinterpret_cast<const char*>(subject.data), subject.size);
-    gnutls_free(subject.data);
-    return text;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(der.bv_val);
+    std::unique_ptr<X509, void (*)(X509*)> certificate(d2i_X509(nullptr, &bytes, static_cast<long>(der.bv_len)), X509_free);
+    if (!certificate) return {};
+    std::unique_ptr<BIO, int (*)(BIO*)> out(BIO_new(BIO_s_mem()), BIO_free);
+    if (!out || X509_NAME_print_ex(out.get(), X509_get_subject_name(certificate.get()), 0, XN_FLAG_RFC2253) < 0) return {};
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(out.get(), &data);
+    return std::string(data, static_cast<std::size_t>(size));
 }
 
 // Called once the TCP connection stands, before an ldaps:// handshake: notes the socket, which the
