@@ -150,9 +150,13 @@ int HostApplication::Run() {
             }
             if (first) {
                 // Only once the host is ready to serve, so that a failed start cannot swallow it.
+                // A block of its own, written at once, so that it does not get lost between log lines.
+                const Kyr::String rule(72, '=');
                 if (auto password = services->GetInitialAdminPassword()) {
-                    PrintLine("Initial password of user \"admin\": " + *password);
-                    PrintLine("It must be changed at the first login.");
+                    PrintLine("\n" + rule + "\nInitial password of user \"admin\": " + *password +
+                              "\nIt must be changed at the first login.\n" + rule + "\n");
+                } else if (!options.initialAdminPassword.empty()) {
+                    PrintLine("--admin-password was ignored: the database already exists and keeps its users and passwords.");
                 }
                 const bool ipv6 = options.listenHost.find(':') != Kyr::String::npos;
                 PrintLine("Listening on http://" + (ipv6 ? "[" + options.listenHost + "]" : options.listenHost) + ":" +

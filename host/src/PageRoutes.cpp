@@ -19,6 +19,14 @@ void HtmlAnswer(httplib::Response& response, int status, const Kyr::String& titl
                          "text/html; charset=utf-8");
 }
 
+// 403 and 404 answer with the pages' own styled error page when the web root has one.
+void ErrorAnswer(HostContext& context, httplib::Response& response, int status, const Kyr::String& title) {
+    auto page = ReadStaticFile(context.options.webRoot, "/errors/" + std::to_string(status) + ".html");
+    if (!page) return HtmlAnswer(response, status, title);
+    response.status = status;
+    response.set_content(std::move(page->content), page->contentType);
+}
+
 bool ValidPageName(const Kyr::String& name) {
     return !name.empty() && name.size() <= 128 &&
            std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) || c == '_' || c == '-'; });
@@ -26,7 +34,7 @@ bool ValidPageName(const Kyr::String& name) {
 
 void ServeFile(HostContext& context, const Kyr::String& urlPath, httplib::Response& response) {
     auto file = ReadStaticFile(context.options.webRoot, urlPath);
-    if (!file) return HtmlAnswer(response, 404, "Not found");
+    if (!file) return ErrorAnswer(context, response, 404, "Not found");
     response.status = 200;
     response.set_content(std::move(file->content), file->contentType);
 }
@@ -34,21 +42,21 @@ void ServeFile(HostContext& context, const Kyr::String& urlPath, httplib::Respon
 void Page(HostContext& context, const httplib::Request& request, httplib::Response& response) {
     const Kyr::String name = request.matches[1];
     auto handler = ValidPageName(name) ? context.registry.FindPage(name) : nullptr;
-    if (!handler) return HtmlAnswer(response, 404, "Not found");
+    if (!handler) return ErrorAnswer(context, response, 404, "Not found");
     if (!handler->IsAvailable()) return HtmlAnswer(response, 503, "Page not available");
     Caller caller = context.ResolveCaller(request);
     if (!caller.session && context.services.IsAuthenticationRequired())
         return response.set_redirect("/login.html?next=/pages/" + name);
     if (caller.passwordChangeRequired) return response.set_redirect("/password.html");
     if (!handler->HasPermissions(Messages::SecurityToken(caller.session ? caller.session->id : Kyr::String())))
-        return HtmlAnswer(response, 403, "No permission for this page");
+        return ErrorAnswer(context, response, 403, "No permission for this page");
     response.set_header("Cache-Control", "no-store");
     ServeFile(context, "/pages/" + name + ".html", response);
 }
 
 void Static(HostContext& context, const httplib::Request& request, httplib::Response& response) {
     // The pages' HTML is reached only through /pages/{PageName}, with its permission check.
-    if (request.path.rfind("/pages/", 0) == 0) return HtmlAnswer(response, 404, "Not found");
+    if (request.path.rfind("/pages/", 0) == 0) return ErrorAnswer(context, response, 404, "Not found");
     ServeFile(context, request.path, response);
 }
 

@@ -8,13 +8,21 @@ export function launchBrowser() {
   return chromium.launch({ executablePath: process.env.KYR_CHROMIUM || '/usr/bin/chromium' });
 }
 
-export async function newUserPage(browser, baseURL, { width = 1280, height = 900 } = {}) {
-  const context = await browser.newContext({ baseURL, viewport: { width, height }, locale: 'en-US' });
+// The host may answer over HTTPS with a certificate of its own, which the browser is told to accept.
+export async function newUserPage(browser, baseURL, { width = 1280, height = 900, locale = 'en-US' } = {}) {
+  const context = await browser.newContext({ baseURL, viewport: { width, height }, locale, ignoreHTTPSErrors: true });
   context.setDefaultTimeout(10000);
   const page = await context.newPage();
   // A page script error is a test failure, not something to scroll past in a log.
   page.errors = [];
   page.on('pageerror', (error) => page.errors.push(String(error)));
+  // The question before leaving with unsaved changes is counted and answered with "leave".
+  page.leaveWarnings = 0;
+  page.on('dialog', (dialog) => {
+    if (dialog.type() !== 'beforeunload') return;
+    page.leaveWarnings += 1;
+    dialog.accept();
+  });
   return page;
 }
 
