@@ -13,7 +13,8 @@ import { removable, userNameProblem, viewOf } from './user-list.js';
 let config = { usersConfig: [], allUserRoles: [] };
 let ownName = '';
 let rulesets = [];
-const view = { search: '', sortKey: 'userName', descending: false, page: 0, pageSize: 25 };
+// Phones start with shorter pages: each user is a card there.
+const view = { search: '', sortKey: 'userName', descending: false, page: 0, pageSize: matchMedia('(max-width: 47.99rem)').matches ? 10 : 25 };
 const listStatus = () => $('#users-status');
 
 const rulesetOf = (name) => {
@@ -229,17 +230,29 @@ function bindListTools() {
     view.page += 1;
     render();
   });
+  const sortBy = (key, descending) => {
+    view.sortKey = key;
+    view.descending = descending;
+    view.page = 0;
+    const option = $(`#user-sort option[value="${key}:${descending ? 'desc' : 'asc'}"]`);
+    if (option) $('#user-sort').value = option.value;
+    render();
+  };
+  // The column buttons on wide screens, a list on phones (where the table is cards).
   for (const th of document.querySelectorAll('#user-table th[data-sort]')) {
     th.querySelector('button').addEventListener('click', () => {
-      view.descending = view.sortKey === th.dataset.sort ? !view.descending : false;
-      view.sortKey = th.dataset.sort;
-      render();
+      sortBy(th.dataset.sort, view.sortKey === th.dataset.sort ? !view.descending : false);
     });
   }
+  $('#user-sort').addEventListener('change', (event) => {
+    const [key, direction] = event.target.value.split(':');
+    sortBy(key, direction === 'desc');
+  });
 }
 
 export function initUsers(session) {
   ownName = session.userName || '';
+  $('#user-page-size').value = String(view.pageSize);
   document.addEventListener('rulesetsshown', (event) => (rulesets = event.detail));
   bindListTools();
   bindAddUser($('#add-user-form'));
