@@ -72,8 +72,9 @@ function loginDialog(userName) {
         const answer = await login(name, password);
         loggedIn = !answer.passwordChangeRequired;
         dialog.close();
-      } catch {
-        showStatus(status, t('login.failed'), 'error');
+      } catch (error) {
+        const wait = error.retryAfter ? ` ${t('login.wait', { seconds: error.retryAfter })}` : '';
+        showStatus(status, `${t('login.failed')}${wait}`, 'error');
         form.querySelector('#relogin-password').value = '';
       }
     });
