@@ -28,10 +28,15 @@ export async function initI18n() {
   return languages;
 }
 
+// Makes `texts` (the parsed /i18n/<code>.json) the language of t().
+export function useDictionary(code, texts) {
+  dictionary = texts;
+  current = code;
+}
+
 export async function setLanguage(code, remember = true) {
   const response = await fetch(`/i18n/${encodeURIComponent(code)}.json`);
-  dictionary = await response.json();
-  current = code;
+  useDictionary(code, await response.json());
   if (remember) localStorage.setItem(storageKey, code);
   document.documentElement.lang = code;
   applyTranslations(document);
