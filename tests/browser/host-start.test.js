@@ -1,11 +1,13 @@
 // What wbm-host says when it starts: the initial password as a block of its own on the first
-// start, and that --admin-password is ignored once the database exists.
+// start, and that --admin-password is ignored once the database exists; the run script's help.
 import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { test } from 'node:test';
 import { startHost } from './lib/host.js';
+import { repoRoot } from './lib/paths.js';
 
 test('the initial password stands apart on the first start; later --admin-password is said to be ignored', async () => {
   const dataDir = fs.mkdtempSync(path.join(os.tmpdir(), 'wbm-start-'));
@@ -26,4 +28,11 @@ test('the initial password stands apart on the first start; later --admin-passwo
   } finally {
     fs.rmSync(dataDir, { recursive: true, force: true });
   }
+});
+
+test('scripts/run.sh --help answers without installing or building anything', () => {
+  const answer = spawnSync('bash', [path.join(repoRoot, 'scripts', 'run.sh'), '--help'], { encoding: 'utf8', timeout: 20000 });
+  assert.equal(answer.status, 0, answer.stderr);
+  assert.match(answer.stdout, /^Usage: scripts\/run\.sh \[--address HOST:PORT\] \[--data-dir DIR\]/);
+  assert.doesNotMatch(answer.stdout + answer.stderr, /Building|Configuring|apt-get|Reading package lists/);
 });
