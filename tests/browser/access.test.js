@@ -83,6 +83,7 @@ describe('every page for everyone', () => {
         await op.goto('/pages/UserManager');
         await ready(op);
         await check(op, '403');
+        for (const page of [visitor, admin, op]) found.push(...page.errors);
         await Promise.all([visitor.context().close(), admin.context().close(), op.context().close()]);
         assert.deepEqual(found, []);
       });
