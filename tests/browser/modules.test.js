@@ -104,9 +104,9 @@ describe('texts in the chosen language', () => {
   );
   // [language, what the device answered, what the page says]
   const cases = [
-    ['de', 'Too short: min 12 chars. Needs 1 digit. On block list.', 'Zu kurz: Es sind mindestens 12 Zeichen nötig. Es sind mindestens 1 Ziffern nötig. Das Passwort steht auf der Sperrliste.'],
+    ['de', 'Too short: min 12 chars. Needs 1 digit. On block list.', 'Zu kurz: Es sind mindestens 12 Zeichen nötig. Es ist mindestens 1 Ziffer nötig. Das Passwort steht auf der Sperrliste.'],
     ['de', 'Min 12 chars. 2+ A-Z/a-z. Reused (5).', 'Zu kurz: Es sind mindestens 12 Zeichen nötig. Es sind mindestens 2 Groß- und 2 Kleinbuchstaben nötig. Das Passwort war unter den letzten 5 Passwörtern.'],
-    ['de', 'Max 5 changes per day. Max 1/2 weeks.', 'Erlaubt sind höchstens 5 Passwortänderungen pro Tag. Erlaubt sind höchstens 1 Passwortänderungen pro 2 Wochen.'],
+    ['de', 'Max 5 changes per day. Max 1/2 weeks.', 'Erlaubt sind höchstens 5 Passwortänderungen pro Tag. Erlaubt ist höchstens 1 Passwortänderung pro 2 Wochen.'],
     ['de', 'Too many wrong passwords: try again in 9 seconds.', 'Zu viele falsche Passwörter: Versuchen Sie es in 9 Sekunden erneut.'],
     ['en', 'Needs 2 symbols. Something new the page does not know.', 'At least 2 symbols are needed. Something new the page does not know.'],
     ['en', 'Failed to get LDAP configuration with error code LdapConfigurationMissing', 'Upload a configuration first.'],

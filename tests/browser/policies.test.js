@@ -61,6 +61,25 @@ describe('policy sections', () => {
     });
   }
 
+  test('fields that depend on a switch are open only while it is on', async () => {
+    await openFresh(admin, '/pages/UserManager#password-rules');
+    await ready(admin);
+    const cases = [
+      ['blockReusedPasswords', ['reusedGenerationCount']],
+      ['checkPwChangableInterval', ['allowedPasswordChanges', 'intervalCount', 'intervalType']],
+      ['policyActive', ['daysToExpiration', 'daysToWarning', 'lockUserActive']],
+    ];
+    for (const ruleset of ['admin', 'default']) {
+      for (const [switchKey, keys] of cases) {
+        const box = admin.locator(`#${ruleset}-${switchKey}`);
+        for (const on of [true, false]) {
+          await box.setChecked(on);
+          for (const key of keys) assert.equal(await admin.locator(`#${ruleset}-${key}`).isEnabled(), on, `${ruleset} ${switchKey}=${on}: ${key}`);
+        }
+      }
+    }
+  });
+
   test('values the device would refuse are named before anything is sent', async () => {
     const cases = [
       { tab: 'sessions', fill: { '#session-maxConcurrentSessionsCount': '0' }, message: /Sessions per user at the same time must be from 1 to 100/ },
