@@ -55,7 +55,7 @@ function asciiLower(text) {
 }
 
 // A list beside a new-password field showing each rule ticked or not while typing.
-// options: policy() → passwordPolicyParameter or null (rules unknown), userName() → string.
+// options: policy() → passwordPolicyParameter, or null while the rules are unknown; userName() → string.
 export function attachRuleList(input, { policy, userName = () => '' }) {
   const id = `${input.id}-rules`;
   const list = el('ul', { id, class: 'rules' });
@@ -66,9 +66,11 @@ export function attachRuleList(input, { policy, userName = () => '' }) {
   input.setAttribute('aria-describedby', [...describedBy, id].join(' '));
   const update = () => {
     const current = policy();
-    box.hidden = !current;
+    // Where the session may not read the rules (the own password of a user who is no
+    // administrator, a forced change), the device names the broken ones on sending.
+    heading.textContent = t(current ? 'rules.heading' : 'rules.unknown');
+    list.hidden = !current;
     if (!current) return;
-    heading.textContent = t('rules.heading');
     list.replaceChildren(
       ...checkRules(current, input.value, userName()).map(({ key, text, met }) => {
         const state = met === null ? 'device' : met ? 'met' : 'unmet';

@@ -10,7 +10,7 @@ function nameOf(tab) {
   return tab.getAttribute('href').slice(1);
 }
 
-function show(list, name, { focus = false } = {}) {
+function show(list, name) {
   const tabs = tabsOf(list);
   const chosen = tabs.find((tab) => nameOf(tab) === name) || tabs[0];
   for (const tab of tabs) {
@@ -19,8 +19,6 @@ function show(list, name, { focus = false } = {}) {
     tab.tabIndex = selected ? 0 : -1;
     document.getElementById(tab.getAttribute('aria-controls')).hidden = !selected;
   }
-  if (focus) chosen.focus();
-  document.dispatchEvent(new CustomEvent('tabchange', { detail: nameOf(chosen) }));
 }
 
 export function initTabs() {

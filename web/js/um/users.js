@@ -187,7 +187,8 @@ function bindAddUser(form) {
         await call('UserManagementDp', 'AddUser', { body });
       } catch (error) {
         // The device's refusal of a name says only that it is invalid: the rule is said here.
-        if (/user name/i.test(error.errorText || '')) throw new InputError(`${t('errors.module.Usernamehasinvalidcharacters')} ${t('um.users.nameRule')}`);
+        const text = error.errorText || '';
+        if (/invalid/i.test(text) && /user ?name/i.test(text)) throw new InputError(`${t('errors.module.Usernamehasinvalidcharacters')} ${t('um.users.nameRule')}`);
         throw error;
       }
       let rolesFailed = null;
