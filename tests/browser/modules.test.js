@@ -1,8 +1,16 @@
-// The pages' pure helpers, without a browser: what goes over the wire and how answers are read.
+// The pages' pure helpers, without a browser: what goes over the wire, how answers are read and
+// said, and what the page checks before sending.
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
+import path from 'node:path';
 import { describe, test } from 'node:test';
 import { decodeEntities, isBlankText } from '../../web/js/entities.js';
-import { sentencesOf } from '../../web/js/errors.js';
+import { moduleErrorText, sentencesOf } from '../../web/js/errors.js';
+import { useDictionary } from '../../web/js/i18n.js';
+import { checkRules } from '../../web/js/password-rules.js';
+import { checkSessionPolicy } from '../../web/js/um/session-policy.js';
+import { removable, userNameProblem, viewOf } from '../../web/js/um/user-list.js';
+import { webRoot } from './lib/paths.js';
 import { FormValueError, formBody, queryString } from '../../web/js/form-body.js';
 import { parseDownload } from '../../web/js/ldap-text.js';
 import { safeNext } from '../../web/js/redirect.js';
@@ -88,4 +96,119 @@ describe('where the login page sends the browser afterwards', () => {
   for (const [next, expected] of cases) {
     test(`${JSON.stringify(next)} → ${JSON.stringify(expected)}`, () => assert.equal(safeNext(next, origin), expected));
   }
+});
+
+describe('texts in the chosen language', () => {
+  const dictionaries = Object.fromEntries(
+    ['en', 'de'].map((code) => [code, JSON.parse(fs.readFileSync(path.join(webRoot, 'i18n', `${code}.json`), 'utf8'))]),
+  );
+  // [language, what the device answered, what the page says]
+  const cases = [
+    ['de', 'Too short: min 12 chars. Needs 1 digit. On block list.', 'Zu kurz: Es sind mindestens 12 Zeichen nötig. Es ist mindestens 1 Ziffer nötig. Das Passwort steht auf der Sperrliste.'],
+    ['de', 'Min 12 chars. 2+ A-Z/a-z. Reused (5).', 'Zu kurz: Es sind mindestens 12 Zeichen nötig. Es sind mindestens 2 Groß- und 2 Kleinbuchstaben nötig. Das Passwort war unter den letzten 5 Passwörtern.'],
+    ['de', 'Max 5 changes per day. Max 1/2 weeks.', 'Erlaubt sind höchstens 5 Passwortänderungen pro Tag. Erlaubt ist höchstens 1 Passwortänderung pro 2 Wochen.'],
+    ['de', 'Too many wrong passwords: try again in 9 seconds.', 'Zu viele falsche Passwörter: Versuchen Sie es in 9 Sekunden erneut.'],
+    ['en', 'Needs 2 symbols. Something new the page does not know.', 'At least 2 symbols are needed. Something new the page does not know.'],
+    ['en', 'Failed to get LDAP configuration with error code LdapConfigurationMissing', 'Upload a configuration first.'],
+    ['de', 'LdapConfigurationInvalid', 'Die LDAP-Konfigurationsdatei ist ungültig: Prüfen Sie ihre Zeilen und laden Sie sie erneut hoch.'],
+    ['de', 'Invalid Request!', 'Das Gerät hat die Anfrage nicht angenommen.'],
+  ];
+  for (const [code, answer, expected] of cases) {
+    test(`${code}: ${answer}`, () => {
+      useDictionary(code, dictionaries[code]);
+      assert.equal(moduleErrorText(answer), expected);
+    });
+  }
+});
+
+describe('password rules checked while typing', () => {
+  const policy = {
+    minCharCount: 8, minASCIICount: 2, minMixedCharCount: 1, minNumberCount: 1, minSymbolCount: 1, minUnicodeCount: 0,
+    allowedASCIISymbols: '-!', blockUsername: true, checkBlockList: true, blockReusedPasswords: false, reusedGenerationCount: 0,
+  };
+  const unmet = (password, userName = 'bob') => checkRules(policy, password, userName).filter((rule) => rule.met === false).map((rule) => rule.key);
+  // [password, rules not met] — the counting follows the device's
+  const cases = [
+    ['', ['length', 'letters', 'mixedCase', 'digits', 'symbols']],
+    ['Abcdefg-1', []],
+    ['abcdefg-1', ['mixedCase']],
+    ['Abcdefg+1', ['symbols', 'allowedSymbols']], // "+" is not among the allowed symbols
+    ['ÄBcdefg-1', []], // "Ä" is non-ASCII: no letter, but "Bcdefg" are enough
+    ['Äbcdefg-1', ['mixedCase']], // and no upper case letter either
+    ['ÄÖÜßéèê-1', ['letters', 'mixedCase']],
+    ['Abc\tdefg-1', ['allowedSymbols']], // a control character
+    ['Abc-BOB-de1', ['userName']], // the name in any case
+    ['Ab-1' + 'x'.repeat(124), ['maxBytes']],
+  ];
+  for (const [password, expected] of cases) {
+    test(`${JSON.stringify(password.length > 20 ? `${password.slice(0, 12)}…` : password)} → ${expected.join(', ') || 'all met'}`, () => {
+      useDictionary('en', {});
+      assert.deepEqual(unmet(password), expected);
+    });
+  }
+
+  test('a user name shorter than three characters is no rule at all; the block list is left to the device', () => {
+    useDictionary('en', {});
+    assert.deepEqual(unmet('Abcdefg-1-al', 'al'), []);
+    assert.equal(checkRules(policy, 'Abcdefg-1').find((rule) => rule.key === 'blockList').met, null);
+  });
+});
+
+describe('values the device would refuse', () => {
+  const valid = { timeoutInitialSeconds: 1, timeoutIncrementSeconds: 1, timeoutMaximumSeconds: 60, maxConcurrentSessionsCount: 10, maxSessionTimeMinutes: 600 };
+  const cases = [
+    [{}, null],
+    [{ maxConcurrentSessionsCount: 0 }, 'maxConcurrentSessionsCount'],
+    [{ maxConcurrentSessionsCount: 101 }, 'maxConcurrentSessionsCount'],
+    [{ maxSessionTimeMinutes: 43200 }, null],
+    [{ maxSessionTimeMinutes: 43201 }, 'maxSessionTimeMinutes'],
+    [{ timeoutMaximumSeconds: 86401 }, 'timeoutMaximumSeconds'],
+    [{ timeoutInitialSeconds: 60 }, null],
+    [{ timeoutInitialSeconds: 61 }, 'timeoutInitialSeconds'],
+    [{ timeoutIncrementSeconds: 61 }, 'timeoutIncrementSeconds'],
+  ];
+  for (const [change, key] of cases) {
+    test(`session policy ${JSON.stringify(change)} → ${key ?? 'accepted'}`, () => {
+      const problem = checkSessionPolicy({ ...valid, ...change });
+      assert.equal(problem && problem.key, key);
+    });
+  }
+
+  const names = [
+    ['operator1', ''],
+    ['Jürgen Weiß', ''],
+    ['', 'empty'],
+    ['ü'.repeat(32), 'tooLong'], // 64 bytes
+    ['a/b', 'characters'],
+    ['a:b', 'characters'],
+    [' lead', 'characters'],
+    ['tab\there', 'characters'],
+    ['Unauthenticated', 'characters'],
+  ];
+  for (const [name, problem] of names) {
+    test(`user name ${JSON.stringify(name)} → ${problem || 'accepted'}`, () => assert.equal(userNameProblem(name), problem));
+  }
+});
+
+describe('the user list view', () => {
+  const user = (userName, roles = [], timeToExpire = 0) => ({ userName, userRoles: roles, hasAdminRuleset: false, passwordInfo: { passwordState: 'Valid', timeToExpire } });
+  const users = [user('b', ['Admin'], 0), user('a10', [], 500), user('a9', ['Operator'], 100), user('C', ['Admin'])];
+  const names = (view) => viewOf(users, view).rows.map((u) => u.userName);
+
+  test('names sort naturally and without regard to case; a never-expiring password sorts last', () => {
+    assert.deepEqual(names({}), ['a9', 'a10', 'b', 'C']);
+    assert.deepEqual(names({ sortKey: 'expiry' }), ['a9', 'a10', 'b', 'C']);
+    assert.deepEqual(names({ sortKey: 'expiry', descending: true }), ['b', 'C', 'a10', 'a9'], 'ties stay in name order');
+  });
+
+  test('a page past the end shows the last page', () => {
+    assert.deepEqual(viewOf(users, { page: 7, pageSize: 3 }), { rows: [users[3]], total: 4, page: 1, pages: 2 });
+  });
+
+  test('Remove: never the own account, an administrator only while another one remains', () => {
+    assert.equal(removable(users[1], users, 'b'), true);
+    assert.equal(removable(users[0], users, 'a9'), true);
+    assert.equal(removable(users[0], users, 'b'), false);
+    assert.equal(removable(users[3], users.slice(1), 'a9'), false);
+  });
 });

@@ -37,6 +37,12 @@ async function ready(page, url) {
   await page.locator('body[data-ready="true"]').waitFor();
 }
 
+// The user manager's sections are tabs; the tab's name is in the URL.
+async function openTab(page, name) {
+  await page.getByRole('tab', { name, exact: true }).click();
+  await page.getByRole('tabpanel', { name, exact: true }).waitFor();
+}
+
 async function logIn(page, name, password, landing) {
   await page.goto('/login.html');
   await ready(page);
@@ -145,6 +151,7 @@ describe('user management pages', () => {
   });
 
   test('passwords on the block list, imported from a file, are refused with the reason', async () => {
+    await openTab(admin, 'Blocked passwords');
     const form = admin.locator('#block-list');
     const buffer = Buffer.from(blockedByFile.join('\r\n') + '\r\n');
     await form.getByLabel('Add from a text file').setInputFiles({ name: 'blocked.txt', mimeType: 'text/plain', buffer });
@@ -162,6 +169,7 @@ describe('user management pages', () => {
   });
 
   test('the login text appears on the login page as text, never as markup', async () => {
+    await openTab(admin, 'Login text');
     const form = admin.locator('#login-text');
     await form.getByLabel('Shown as text above the login form').fill(loginText);
     await form.getByRole('button', { name: 'Save' }).click();
@@ -217,10 +225,11 @@ describe('user management pages', () => {
       { form: '#session-policy', fill: { '#session-timeoutInitialSeconds': '100' }, message: /initial wait must not be longer/ },
       { form: '#rulesets', fill: { '#default-minCharCount': '10' } },
       { form: '#rulesets', check: '#admin-policyActive', fill: { '#admin-daysToWarning': '90' }, message: /warning days must be fewer/ },
-      { form: '#rulesets', fill: { '#default-intervalCount': '-1' }, message: /Everyone else \(default\): Per number of must be a whole number/ },
+      // The interval fields are open only while changes are limited.
+      { form: '#rulesets', check: '#default-checkPwChangableInterval', fill: { '#default-intervalCount': '-1' }, message: /Everyone else \(default\): Per number of must be a whole number/ },
     ];
-    await admin.goto('/pages/UserManager');
     for (const { form, check, fill, message } of cases) {
+      await admin.goto(`/pages/UserManager#${form === '#rulesets' ? 'password-rules' : 'sessions'}`);
       await ready(admin);
       const section = admin.locator(form);
       if (check) await section.locator(check).check();
@@ -229,14 +238,15 @@ describe('user management pages', () => {
       const status = section.locator('.status:not([hidden])');
       await status.waitFor();
       assert.match(await status.textContent(), message ?? /^Saved\.$/);
-      await admin.reload();
       if (message) continue;
+      await admin.reload();
       await ready(admin);
       for (const [selector, value] of Object.entries(fill)) assert.equal(await section.locator(selector).inputValue(), value);
     }
   });
 
   test("the administrator sets a user's password and removes the user after confirming", async () => {
+    await admin.goto('/pages/UserManager#users');
     await ready(admin);
     const row = admin.locator(`#user-table tr[data-user="${operator.name}"]`);
     const remove = async (answer) => {
@@ -256,7 +266,7 @@ describe('user management pages', () => {
   });
 
   test('a restart is confirmed, waited for, and followed by a new login by keyboard alone', async () => {
-    await admin.goto('/pages/UserManager');
+    await admin.goto('/pages/UserManager#device');
     await ready(admin);
     await admin.getByRole('button', { name: 'Restart device' }).click();
     await admin.getByRole('dialog').getByRole('button', { name: 'Restart device' }).click();

@@ -151,7 +151,7 @@ TEST_F(WebServerTest, DataFilesAreTheOwnersAndCrashLeftoversGo) {
         EXPECT_EQ(info.st_mode & 077, 0u) << name << " is readable by others";
     }
     bool ignoredSaid = false;
-    for (const auto& line : host->StartLines()) ignoredSaid |= line.find("--admin-password option was ignored") != std::string::npos;
+    for (const auto& line : host->StartLines()) ignoredSaid |= line.find("--admin-password was ignored") != std::string::npos;
     EXPECT_TRUE(ignoredSaid);
 }
 

@@ -2,6 +2,11 @@
 // so the pages can show it where the user acted (see errors.js for the words).
 
 let csrfToken = null;
+// Set by the page: asked when a request finds the session ended; resolves true once the user has
+// logged in again, and the request is then sent once more.
+let sessionEndedHandler = null;
+// Set by the page: told of every answer of the host, which keeps the session alive.
+let activityListener = null;
 
 export class ApiError extends Error {
   // kind: 'network' | 'http' | 'module'
@@ -19,7 +24,16 @@ export function setCsrfToken(token) {
   csrfToken = token || null;
 }
 
-async function send(url, { method = 'GET', body, contentType } = {}) {
+export function onSessionEnded(handler) {
+  sessionEndedHandler = handler;
+}
+
+export function onActivity(listener) {
+  activityListener = listener;
+}
+
+async function send(url, options = {}) {
+  const { method = 'GET', body, contentType, retried = false } = options;
   const headers = {};
   if (method !== 'GET' && csrfToken) headers['X-CSRF-Token'] = csrfToken;
   if (body !== undefined && contentType) headers['Content-Type'] = contentType;
@@ -28,6 +42,10 @@ async function send(url, { method = 'GET', body, contentType } = {}) {
     response = await fetch(url, { method, headers, body, credentials: 'same-origin', cache: 'no-store' });
   } catch {
     throw new ApiError('network');
+  }
+  if (activityListener) activityListener();
+  if (response.status === 401 && url !== '/api/login' && !retried && sessionEndedHandler && (await sessionEndedHandler())) {
+    return send(url, { ...options, retried: true });
   }
   const isJson = (response.headers.get('Content-Type') || '').includes('application/json');
   const raw = await response.text();

@@ -2,6 +2,7 @@
 import { ApiError } from './api.js';
 import { FormValueError } from './form-body.js';
 import { t, has } from './i18n.js';
+import { translateSentence } from './refusal-texts.js';
 
 // The module answers with fixed texts and with names of configuration errors
 // ("WarningDaysNotBelowExpirationDays"); known ones get a sentence, the rest is shown as sent
@@ -9,7 +10,11 @@ import { t, has } from './i18n.js';
 export function moduleErrorText(errorText) {
   if (!errorText) return t('errors.unknown');
   const key = `errors.module.${errorText.replace(/[^A-Za-z0-9]/g, '')}`;
-  return has(key) ? t(key) : errorText;
+  if (has(key)) return t(key);
+  // "... with error code LdapConfigurationMissing": the code says it best.
+  const code = /error code (\w+)\s*$/.exec(errorText);
+  if (code && has(`errors.module.${code[1]}`)) return t(`errors.module.${code[1]}`);
+  return sentencesOf(errorText).map(translateSentence).join(' ');
 }
 
 // A problem with what the user typed, found before anything was sent; its message is already words.

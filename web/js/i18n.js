@@ -28,10 +28,15 @@ export async function initI18n() {
   return languages;
 }
 
+// Makes `texts` (the parsed /i18n/<code>.json) the language of t().
+export function useDictionary(code, texts) {
+  dictionary = texts;
+  current = code;
+}
+
 export async function setLanguage(code, remember = true) {
   const response = await fetch(`/i18n/${encodeURIComponent(code)}.json`);
-  dictionary = await response.json();
-  current = code;
+  useDictionary(code, await response.json());
   if (remember) localStorage.setItem(storageKey, code);
   document.documentElement.lang = code;
   applyTranslations(document);
@@ -52,8 +57,10 @@ export function has(key) {
 
 // t('um.users.removed', {name: 'bob'}) → "User bob removed." ; an unknown key shows itself, so a
 // missing translation is visible instead of silently empty.
+// A text for exactly one thing may have its own key: "<key>One" is used when count is 1.
 export function t(key, values = {}) {
-  const text = lookup(key);
+  const one = Number(values.count) === 1 ? lookup(`${key}One`) : undefined;
+  const text = typeof one === 'string' ? one : lookup(key);
   if (typeof text !== 'string') return key;
   return text.replace(/\{(\w+)\}/g, (whole, name) => (name in values ? String(values[name]) : whole));
 }

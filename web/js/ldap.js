@@ -1,7 +1,7 @@
 // The LDAP configuration page: enable switch, upload with progress, download, trust store names.
 import { ApiError, call } from './api.js';
 import { moduleErrorText } from './errors.js';
-import { t } from './i18n.js';
+import { has, t } from './i18n.js';
 import { initDirectoryTest } from './ldap-test.js';
 import { parseDownload } from './ldap-text.js';
 import { initPage, runPage } from './shell.js';
@@ -99,7 +99,8 @@ async function fetchConfiguration() {
   const body = await call('LdapDp', 'GetLdapConfiguration');
   const parsed = parseDownload(typeof body === 'string' ? body : JSON.stringify(body));
   if (parsed.error) {
-    throw new ApiError('module', { errorText: parsed.error.text || moduleErrorText('') });
+    const known = parsed.error.code && has(`errors.module.${parsed.error.code}`);
+    throw new ApiError('module', { errorText: known ? parsed.error.code : parsed.error.text });
   }
   return parsed.text;
 }

@@ -6,6 +6,7 @@ import { initI18n, t, applyTranslations } from './i18n.js';
 import { bindPasswordChange } from './password-change.js';
 import { safeNext } from './redirect.js';
 import { landingPage, languageSwitch, runPage } from './shell.js';
+import { addRevealButton } from './reveal.js';
 import { $, busy, el, showError, showStatus } from './ui.js';
 
 function nextTarget() {
@@ -109,6 +110,7 @@ async function main() {
   });
 
   const languages = await initI18n();
+  addRevealButton($('#password'));
   $('#app-header').replaceChildren(
     el('a', { class: 'brand', href: '/login.html', 'data-i18n': 'app.title' }),
     el('div', { class: 'tools' }, languageSwitch(languages)),

@@ -3,7 +3,26 @@
 import { call } from './api.js';
 import { maxPasswordBytes, queryString, utf8Length } from './form-body.js';
 import { t } from './i18n.js';
+import { attachRuleList } from './password-rules.js';
+import { addRevealButtons } from './reveal.js';
 import { $, busy, showStatus } from './ui.js';
+
+// The rules of the own ruleset, where the session may read them (administrators); null otherwise,
+// and the device's refusal names the broken rules.
+export async function ownRules(userName) {
+  try {
+    const [rules, config] = await Promise.all([
+      call('UserManagementDp', 'GetPasswordRoleRulesets'),
+      call('UserManagementDp', 'GetUserManagementConfig'),
+    ]);
+    const own = config.usersConfig.find((user) => user.userName === userName);
+    const name = own && own.hasAdminRuleset ? 'admin' : 'default';
+    const ruleset = rules.passwordRoleRulesets.find((r) => r.roleRulesetName === name);
+    return ruleset ? ruleset.passwordPolicyParameter : null;
+  } catch {
+    return null;
+  }
+}
 
 export function checkNewPassword(newPassword, confirmation) {
   if (!newPassword) return t('password.errors.empty');
@@ -22,8 +41,12 @@ export async function changeOwnPassword(currentPassword, newPassword, confirmNew
 }
 
 // form holds #new-password, #confirm-password and, unless currentPassword() is given, #current-password.
-export function bindPasswordChange(form, { currentPassword, onDone }) {
+// rules: an object whose policy is the own ruleset's passwordPolicyParameter once known.
+export function bindPasswordChange(form, { currentPassword, onDone, rules = { policy: null, userName: '' } }) {
   const status = $('.status', form);
+  addRevealButtons(form);
+  const list = attachRuleList($('[name="newPassword"]', form), { policy: () => rules.policy, userName: () => rules.userName });
+  rules.update = list.update;
   form.addEventListener('submit', (event) => {
     event.preventDefault();
     const newField = $('[name="newPassword"]', form);

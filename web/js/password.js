@@ -1,7 +1,7 @@
 // The own password page: state, expiry and the change form.
 import { call, getSession } from './api.js';
 import { t } from './i18n.js';
-import { bindPasswordChange } from './password-change.js';
+import { bindPasswordChange, ownRules } from './password-change.js';
 import { expiryText, stateText } from './password-state.js';
 import { initPage, runPage, landingPage } from './shell.js';
 import { $, el, showError } from './ui.js';
@@ -51,7 +51,9 @@ async function main() {
   $('#pending-change').hidden = !session.passwordChangeRequired;
   document.addEventListener('languagechange', renderState);
   await loadState();
+  const rules = { policy: null, userName: session.userName };
   bindPasswordChange($('#change-form'), {
+    rules,
     onDone: async () => {
       await loadState();
       const now = await getSession();
@@ -63,6 +65,10 @@ async function main() {
       }
     },
   });
+  if (!session.passwordChangeRequired) {
+    rules.policy = await ownRules(session.userName);
+    rules.update();
+  }
   document.body.dataset.ready = 'true';
 }
 

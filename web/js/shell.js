@@ -3,6 +3,7 @@
 // the password page.
 import { call, getSession, logout } from './api.js';
 import { applyTranslations, currentLanguage, has, initI18n, setLanguage, t } from './i18n.js';
+import { keepSession } from './session-keeper.js';
 import { $, el, showError, showStatus } from './ui.js';
 
 export function goToLogin() {
@@ -49,7 +50,7 @@ async function addNavigation(nav, session) {
   applyTranslations(nav);
 }
 
-function renderHeader(session, languages) {
+export function renderHeader(session, languages) {
   const header = $('#app-header');
   const nav = el('nav', { 'aria-label': 'main' });
   const account = el('div', { class: 'account' });
@@ -94,6 +95,7 @@ export async function initPage({ allowPendingChange = false } = {}) {
     return null;
   }
   renderHeader(session, languages);
+  if (session.loggedIn) keepSession(session);
   document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;
   document.addEventListener('languagechange', () => {
     document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;

@@ -46,17 +46,27 @@ export function clearStatus(target) {
   showStatus(target, '', 'ok');
 }
 
-// Runs an action for a form: disables its buttons meanwhile and reports failure next to it.
+// Clears the status lines around a new action (its tab panel, or its form), so no old outcome
+// stands next to the new one.
+export function clearStatusesAround(element) {
+  const area = element.closest('[role="tabpanel"]') || element;
+  for (const line of area.querySelectorAll('.status')) clearStatus(line);
+}
+
+// Runs an action for a form: disables its buttons meanwhile and reports failure next to it. A form
+// whose data did not arrive keeps its Save disabled afterwards.
 export async function busy(form, status, action) {
   const buttons = [...form.querySelectorAll('button')];
   buttons.forEach((button) => (button.disabled = true));
+  clearStatusesAround(form);
   clearStatus(status);
   try {
     await action();
   } catch (error) {
     showError(status, error);
   } finally {
-    buttons.forEach((button) => (button.disabled = false));
+    const unsaveable = form.dataset.state === 'loading' || form.dataset.state === 'failed';
+    buttons.forEach((button) => (button.disabled = unsaveable && button.type === 'submit'));
   }
 }
 

@@ -6,14 +6,21 @@ import { initBlockList } from './um/block-list.js';
 import { initLoginText } from './um/login-text.js';
 import { initRestart } from './um/restart.js';
 import { initRulesets } from './um/rulesets.js';
+import { hasChanges } from './um/section.js';
 import { initSessionPolicy } from './um/session-policy.js';
+import { initTabs } from './um/tabs.js';
 import { initUsers } from './um/users.js';
 
 async function main() {
+  initTabs();
   const session = await initPage();
   if (!session) return;
+  // Leaving with edits that were not saved asks first (the browser's own question).
+  window.addEventListener('beforeunload', (event) => {
+    if (hasChanges()) event.preventDefault();
+  });
   initRestart();
-  await Promise.all([initUsers(), initAuthRequired(), initRulesets(), initBlockList(), initSessionPolicy(), initLoginText()]);
+  await Promise.all([initUsers(session), initAuthRequired(), initRulesets(), initBlockList(), initSessionPolicy(), initLoginText()]);
   document.body.dataset.ready = 'true';
 }
 

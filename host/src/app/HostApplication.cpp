@@ -90,16 +90,16 @@ int ListenWithRetries(WebServer& server, const HostOptions& options, int port, R
     }
 }
 
-// What the first start tells the person who started it, in a block of its own.
+// What the first start tells the person who started it: the password in a block of its own, written
+// at once, so that it does not get lost between log lines.
 void PrintStartBanner(Kyr::PlatformServices::PlatformServices& services, const HostOptions& options) {
     const auto generated = services.GetInitialAdminPassword();
+    const Kyr::String rule(72, '=');
     if (generated && options.initialAdminPassword.empty()) {
-        PrintLine("");
-        PrintLine("  Initial password of user \"admin\": " + *generated);
-        PrintLine("  It must be changed at the first login.");
-        PrintLine("");
+        PrintLine("\n" + rule + "\nInitial password of user \"admin\": " + *generated +
+                  "\nIt must be changed at the first login.\n" + rule + "\n");
     } else if (!generated && !options.initialAdminPassword.empty()) {
-        PrintLine("The --admin-password option was ignored: the database already exists.");
+        PrintLine("--admin-password was ignored: the database already exists and keeps its users and passwords.");
     }
 }
 

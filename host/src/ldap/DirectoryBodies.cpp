@@ -88,13 +88,12 @@ std::optional<DirectoryTestRequest> ParseDirectoryTestBody(const Kyr::String& bo
     document.Parse<rapidjson::kParseIterativeFlag>(body.data(), body.size());
     if (document.HasParseError() || !document.IsObject()) return std::nullopt;
     bool valid = true;
-    DirectoryTestRequest request;
-    request.userName = Member(document, "username", valid);
-    request.password = Member(document, "password", valid);
+    std::optional<Kyr::String> userName = Member(document, "username", valid);
+    std::optional<Kyr::String> password = Member(document, "password", valid);
     if (!valid) return std::nullopt;
-    if (request.userName && request.userName->empty()) request.userName.reset();
-    if (!request.userName) request.password.reset();
-    return request;
+    // A user name given as "" counts as none; a password without a user name is not used.
+    if (!userName || userName->empty()) return DirectoryTestRequest{};
+    return DirectoryTestRequest{std::move(userName), std::move(password)};
 }
 
 } // namespace Kyr::WbmHost

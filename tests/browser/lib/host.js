@@ -1,14 +1,16 @@
 // Starts wbm-host of the build on a free loopback port with a temporary data directory, and stops
 // it. The host finds the module beside it and copies the default settings into the data directory.
+// It may serve HTTP or HTTPS (with a certificate of its own): both start lines are understood.
 import { spawn } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
 import { buildDir } from './paths.js';
 
-export async function startHost(adminPassword) {
-  const dataDir = fs.mkdtempSync(path.join(os.tmpdir(), 'wbm-browser-data-'));
-  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--hash-cost', 'min', '--admin-password', adminPassword];
+// options.args: further wbm-host options; options.dataDir: a data directory kept by the caller.
+export async function startHost(adminPassword, { args: extra = [], dataDir: givenDir } = {}) {
+  const dataDir = givenDir || fs.mkdtempSync(path.join(os.tmpdir(), 'wbm-browser-data-'));
+  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--hash-cost', 'min', '--admin-password', adminPassword, ...extra];
   const child = spawn(path.join(buildDir, 'bin', 'wbm-host'), args);
   let log = '';
   const ended = new Promise((resolve) => child.on('close', (code, signal) => resolve(signal ?? code)));
@@ -36,7 +38,7 @@ export async function startHost(adminPassword) {
       const kill = setTimeout(() => child.kill('SIGKILL'), 15000);
       await ended;
       clearTimeout(kill);
-      fs.rmSync(dataDir, { recursive: true, force: true });
+      if (!givenDir) fs.rmSync(dataDir, { recursive: true, force: true });
     },
   };
 }

@@ -2,7 +2,7 @@
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-const repoRoot = fileURLToPath(new URL('../../../', import.meta.url));
+export const repoRoot = fileURLToPath(new URL('../../../', import.meta.url));
 export const buildDir = path.resolve(repoRoot, process.env.KYR_BUILD_DIR || 'build/asan');
 export const webRoot = path.join(repoRoot, 'web');
 export const screenshotDir = path.join(buildDir, 'browser-screenshots');

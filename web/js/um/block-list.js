@@ -3,7 +3,8 @@ import { call } from '../api.js';
 import { InputError } from '../errors.js';
 import { maxPasswordBytes, utf8Length } from '../form-body.js';
 import { t } from '../i18n.js';
-import { $, busy, showError, showStatus } from '../ui.js';
+import { $, showError, showStatus } from '../ui.js';
+import { addPolicySection } from './policies.js';
 
 // Lines of a text, without line-break characters and without empty lines.
 export function entriesOf(text) {
@@ -16,15 +17,6 @@ function checkEntries(entries) {
       throw new InputError(t('um.block.tooLong', { line: index + 1, max: maxPasswordBytes }));
     }
   });
-}
-
-async function load(form) {
-  try {
-    const result = await call('UserManagementDp', 'GetPasswordBlockList');
-    $('#block-entries').value = result.passwordsBlockList.join('\n');
-  } catch (error) {
-    showError($('.status', form), error);
-  }
 }
 
 async function importFile(input, form) {
@@ -47,16 +39,17 @@ async function importFile(input, form) {
 export function initBlockList() {
   const form = $('#block-list');
   $('#block-import').addEventListener('change', (event) => importFile(event.target, form));
-  form.addEventListener('submit', (event) => {
-    event.preventDefault();
-    const status = $('.status', form);
-    busy(form, status, async () => {
+  return addPolicySection({
+    form,
+    titleKey: 'um.block.heading',
+    read: async () => (await call('UserManagementDp', 'GetPasswordBlockList')).passwordsBlockList,
+    show: (entries) => ($('#block-entries').value = entries.join('\n')),
+    collect: () => {
       const entries = entriesOf($('#block-entries').value);
       checkEntries(entries);
-      await call('UserManagementDp', 'SetPasswordBlockList', { json: { passwordsBlockList: entries } });
-      showStatus(status, t('um.block.saved', { count: entries.length }));
-      await load(form);
-    });
+      return entries;
+    },
+    save: (passwordsBlockList) => call('UserManagementDp', 'SetPasswordBlockList', { json: { passwordsBlockList } }),
+    savedText: (entries) => t('um.block.saved', { count: entries.length }),
   });
-  return load(form);
 }

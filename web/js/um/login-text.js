@@ -4,28 +4,33 @@ import { call } from '../api.js';
 import { decodeLines } from '../entities.js';
 import { t } from '../i18n.js';
 import { $, busy, showError, showStatus } from '../ui.js';
+import { isReady, loadInto, trackChanges } from './section.js';
 
-async function load(form) {
-  try {
-    const result = await call('SystemUseNotificationDp', 'GetSystemUseNotification');
-    $('#login-text-value').value = decodeLines(result.SystemUseNotification || []).join('\n');
-  } catch (error) {
-    showError($('.status', form), error);
-  }
+function load(form) {
+  return loadInto(
+    form,
+    async () => {
+      const result = await call('SystemUseNotificationDp', 'GetSystemUseNotification');
+      $('#login-text-value').value = decodeLines(result.SystemUseNotification || []).join('\n');
+    },
+    (error) => showError($('.status', form), error),
+  );
 }
 
 export function initLoginText() {
   const form = $('#login-text');
+  trackChanges(form);
   form.addEventListener('submit', (event) => {
     event.preventDefault();
     const status = $('.status', form);
     busy(form, status, async () => {
+      if (!isReady(form)) return;
       const text = $('#login-text-value').value;
       // The module needs at least one character after the key; a lone line break stands for
       // "no login text" (the login page hides a text of blank lines).
       await call('SystemUseNotificationDp', 'SetSystemUseNotification', { body: `SystemUseNotification=${text || '\n'}` });
-      showStatus(status, text.trim() ? t('common.saved') : t('um.loginText.cleared'));
       await load(form);
+      showStatus(status, text.trim() ? t('common.saved') : t('um.loginText.cleared'));
     });
   });
   return load(form);

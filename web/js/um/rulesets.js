@@ -3,8 +3,9 @@
 import { call } from '../api.js';
 import { InputError } from '../errors.js';
 import { applyTranslations, t } from '../i18n.js';
-import { $, busy, el, showError, showStatus } from '../ui.js';
+import { $, el } from '../ui.js';
 import { readUnsigned } from './numbers.js';
+import { addPolicySection } from './policies.js';
 
 const rulesetNames = ['admin', 'default'];
 const intervals = ['Hour', 'Day', 'Week', 'Month'];
@@ -19,8 +20,6 @@ const groups = [
 const passwordKeys = ['allowedASCIISymbols', 'reusedGenerationCount', 'allowedPasswordChanges', 'intervalType', 'intervalCount', 'blockUsername', 'blockReusedPasswords', 'checkBlockList', 'checkPwChangableInterval', 'minCharCount', 'minASCIICount', 'minMixedCharCount', 'minNumberCount', 'minSymbolCount', 'minUnicodeCount'];
 const expirationKeys = ['policyActive', 'lockUserActive', 'daysToExpiration', 'daysToWarning'];
 const boolKeys = new Set(['blockUsername', 'blockReusedPasswords', 'checkBlockList', 'checkPwChangableInterval', 'policyActive', 'lockUserActive']);
-
-let loaded = null;
 
 function control(name, key, value) {
   const id = `${name}-${key}`;
@@ -47,7 +46,7 @@ function rulesetFieldset(ruleset) {
   const fieldset = el('fieldset', { class: 'ruleset', 'data-ruleset': name }, el('legend', { 'data-i18n': `um.rules.names.${name}` }));
   for (const [group, keys] of groups) {
     fieldset.append(
-      el('h4', { 'data-i18n': `um.rules.groups.${group}` }),
+      el('h3', { 'data-i18n': `um.rules.groups.${group}` }),
       el('div', { class: 'grid' }, ...keys.map((key) => control(name, key, values[key]))),
     );
   }
@@ -70,34 +69,56 @@ function readRuleset(fieldset) {
   };
 }
 
-function render(form) {
-  const sorted = rulesetNames.map((name) => loaded.find((r) => r.roleRulesetName === name)).filter(Boolean);
-  $('.rulesets', form).replaceChildren(...sorted.map(rulesetFieldset));
-  applyTranslations($('.rulesets', form));
+// Fields that mean something only while their switch is on are disabled while it is off.
+const dependents = {
+  blockReusedPasswords: ['reusedGenerationCount'],
+  checkPwChangableInterval: ['allowedPasswordChanges', 'intervalCount', 'intervalType'],
+  policyActive: ['daysToExpiration', 'daysToWarning', 'lockUserActive'],
+};
+
+function bindDependents(fieldset) {
+  for (const [switchKey, keys] of Object.entries(dependents)) {
+    const box = fieldset.querySelector(`[data-key="${switchKey}"]`);
+    const update = () => {
+      for (const key of keys) fieldset.querySelector(`[data-key="${key}"]`).disabled = !box.checked;
+    };
+    box.addEventListener('change', update);
+    update();
+  }
 }
 
-async function load(form) {
-  try {
-    const result = await call('UserManagementDp', 'GetPasswordRoleRulesets');
-    loaded = result.passwordRoleRulesets;
-    render(form);
-  } catch (error) {
-    showError($('.status', form), error);
+// What the device would refuse anyway, said before sending.
+function checkRuleset(ruleset) {
+  const expiration = ruleset.expirationPolicyParameter;
+  if (expiration.policyActive && expiration.daysToWarning >= expiration.daysToExpiration) {
+    throw new InputError(`${t(`um.rules.names.${ruleset.roleRulesetName}`)}: ${t('errors.module.WarningDaysNotBelowExpirationDays')}`);
   }
+}
+
+function show(form, rulesets) {
+  const sorted = rulesetNames.map((name) => rulesets.find((r) => r.roleRulesetName === name)).filter(Boolean);
+  const fieldsets = sorted.map(rulesetFieldset);
+  $('.rulesets', form).replaceChildren(...fieldsets);
+  fieldsets.forEach(bindDependents);
+  applyTranslations($('.rulesets', form));
+  // The new-password fields of the user list check against these rules.
+  document.dispatchEvent(new CustomEvent('rulesetsshown', { detail: rulesets }));
 }
 
 export function initRulesets() {
   const form = $('#rulesets');
-  form.addEventListener('submit', (event) => {
-    event.preventDefault();
-    const status = $('.status', form);
-    busy(form, status, async () => {
+  return addPolicySection({
+    form,
+    titleKey: 'um.rules.heading',
+    read: async () => (await call('UserManagementDp', 'GetPasswordRoleRulesets')).passwordRoleRulesets,
+    show: (rulesets) => show(form, rulesets),
+    collect: () => {
       const rulesets = [...form.querySelectorAll('fieldset.ruleset')].map(readRuleset);
       if (rulesets.length !== 2) throw new InputError(t('um.rules.notLoaded'));
-      await call('UserManagementDp', 'SetPasswordRoleRulesets', { json: { passwordRoleRulesets: rulesets } });
-      showStatus(status, t('common.saved'));
-      await load(form);
-    });
+      rulesets.forEach(checkRuleset);
+      return rulesets;
+    },
+    save: (passwordRoleRulesets) => call('UserManagementDp', 'SetPasswordRoleRulesets', { json: { passwordRoleRulesets } }),
+    savedText: () => t('common.saved'),
   });
-  return load(form);
 }

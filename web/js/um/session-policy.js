@@ -1,21 +1,30 @@
 // The session policy: login waits after failures, session count and lifetime.
 import { call } from '../api.js';
+import { InputError } from '../errors.js';
 import { applyTranslations, t } from '../i18n.js';
-import { $, busy, el, showError, showStatus } from '../ui.js';
+import { $, el } from '../ui.js';
 import { readUnsigned } from './numbers.js';
+import { addPolicySection } from './policies.js';
 
 const countKeys = ['timeoutInitialSeconds', 'timeoutIncrementSeconds', 'timeoutMaximumSeconds', 'maxConcurrentSessionsCount', 'maxSessionTimeMinutes'];
 const flagKey = 'issueTimeoutToAdminUsers';
+// The ranges the device accepts.
+const ranges = {
+  timeoutMaximumSeconds: [0, 86400],
+  maxConcurrentSessionsCount: [1, 100],
+  maxSessionTimeMinutes: [1, 43200],
+};
 
-function render(form, policy) {
-  const fields = countKeys.map((key) =>
-    el(
+function show(form, policy) {
+  const fields = countKeys.map((key) => {
+    const [min, max] = ranges[key] || [0, undefined];
+    return el(
       'div',
       { class: 'field' },
       el('label', { for: `session-${key}`, 'data-i18n': `um.session.fields.${key}` }),
-      el('input', { id: `session-${key}`, type: 'number', min: 0, step: 1, inputmode: 'numeric', value: policy[key] }),
-    ),
-  );
+      el('input', { id: `session-${key}`, type: 'number', min, max, step: 1, inputmode: 'numeric', value: policy[key] }),
+    );
+  });
   fields.push(
     el(
       'div',
@@ -28,30 +37,44 @@ function render(form, policy) {
   applyTranslations($('.fields', form));
 }
 
-async function load(form) {
-  try {
-    render(form, await call('UserManagementDp', 'GetSessionPolicyConfig'));
-  } catch (error) {
-    showError($('.status', form), error);
+// What the device would refuse anyway, said before sending (and with the field focused).
+export function checkSessionPolicy(policy) {
+  for (const [key, [min, max]] of Object.entries(ranges)) {
+    if (policy[key] < min || policy[key] > max) {
+      return { key, text: t('um.session.range', { field: t(`um.session.fields.${key}`), min, max }) };
+    }
   }
+  if (policy.timeoutInitialSeconds > policy.timeoutMaximumSeconds) {
+    return { key: 'timeoutInitialSeconds', text: t('errors.module.InitialTimeoutAboveMaximum') };
+  }
+  if (policy.timeoutIncrementSeconds > policy.timeoutMaximumSeconds) {
+    return { key: 'timeoutIncrementSeconds', text: t('errors.module.IncrementAboveMaximum') };
+  }
+  return null;
+}
+
+function collect() {
+  const policy = {};
+  for (const key of countKeys) policy[key] = readUnsigned($(`#session-${key}`), t(`um.session.fields.${key}`));
+  policy[flagKey] = $(`#session-${flagKey}`).checked;
+  const problem = checkSessionPolicy(policy);
+  if (problem) {
+    $(`#session-${problem.key}`).focus();
+    throw new InputError(problem.text);
+  }
+  return policy;
 }
 
 export function initSessionPolicy() {
   const form = $('#session-policy');
-  form.addEventListener('submit', (event) => {
-    event.preventDefault();
-    const status = $('.status', form);
-    busy(form, status, async () => {
-      const sessionPolicyParameter = {};
-      for (const key of countKeys) {
-        sessionPolicyParameter[key] = readUnsigned($(`#session-${key}`), t(`um.session.fields.${key}`));
-      }
-      sessionPolicyParameter[flagKey] = $(`#session-${flagKey}`).checked;
-      // The setter wants the six values wrapped; the getter answers them flat.
-      await call('UserManagementDp', 'SetSessionPolicyConfig', { json: { sessionPolicyParameter } });
-      showStatus(status, t('common.saved'));
-      await load(form);
-    });
+  return addPolicySection({
+    form,
+    titleKey: 'um.session.heading',
+    read: () => call('UserManagementDp', 'GetSessionPolicyConfig'),
+    show: (policy) => show(form, policy),
+    collect,
+    // The setter wants the six values wrapped; the getter answers them flat.
+    save: (sessionPolicyParameter) => call('UserManagementDp', 'SetSessionPolicyConfig', { json: { sessionPolicyParameter } }),
+    savedText: () => t('common.saved'),
   });
-  return load(form);
 }

@@ -1,18 +1,37 @@
-// The user list and what an administrator does with a user: add, edit roles and admin ruleset,
-// set the password, remove.
+// The user list and what an administrator does with a user: add (with roles), edit roles and
+// admin ruleset, set the password, remove.
 import { call } from '../api.js';
-import { formBody, maxPasswordBytes, maxUserNameBytes, utf8Length } from '../form-body.js';
+import { formBody, maxPasswordBytes, utf8Length } from '../form-body.js';
 import { InputError } from '../errors.js';
 import { t } from '../i18n.js';
+import { attachRuleList } from '../password-rules.js';
 import { expiryText, stateText } from '../password-state.js';
-import { $, busy, checkbox, confirmDialog, el, field, formDialog, showError, showStatus } from '../ui.js';
+import { addRevealButton } from '../reveal.js';
+import { $, busy, checkbox, clearStatusesAround, confirmDialog, el, field, formDialog, showError, showStatus } from '../ui.js';
+import { removable, userNameProblem, viewOf } from './user-list.js';
 
 let config = { usersConfig: [], allUserRoles: [] };
+let ownName = '';
+let rulesets = [];
+// Phones start with shorter pages: each user is a card there.
+const view = { search: '', sortKey: 'userName', descending: false, page: 0, pageSize: matchMedia('(max-width: 47.99rem)').matches ? 10 : 25 };
 const listStatus = () => $('#users-status');
+
+const rulesetOf = (name) => {
+  const ruleset = rulesets.find((r) => r.roleRulesetName === name);
+  return ruleset ? ruleset.passwordPolicyParameter : null;
+};
 
 function checkNewPassword(password, confirmation) {
   if (password !== confirmation) throw new InputError(t('password.errors.mismatch'));
   if (utf8Length(password) > maxPasswordBytes) throw new InputError(t('password.errors.tooLong', { max: maxPasswordBytes }));
+}
+
+function checkUserName(name) {
+  const problem = userNameProblem(name);
+  if (problem === 'empty') throw new InputError(t('um.users.nameMissing'));
+  if (problem === 'tooLong') throw new InputError(t('um.users.nameTooLong', { max: 63 }));
+  if (problem) throw new InputError(`${t('errors.module.Usernamehasinvalidcharacters')} ${t('um.users.nameRule')}`);
 }
 
 function cell(labelKey, content) {
@@ -24,6 +43,13 @@ function cell(labelKey, content) {
 function renderRow(user) {
   const info = user.passwordInfo || {};
   const name = user.userName;
+  const actions = [
+    el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.editFor', { name }), text: t('um.users.edit'), onclick: () => editUser(user) }),
+    el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.passwordFor', { name }), text: t('um.users.setPassword'), onclick: () => setPassword(user) }),
+  ];
+  if (removable(user, config.usersConfig, ownName)) {
+    actions.push(el('button', { type: 'button', class: 'danger', 'aria-label': t('um.users.removeFor', { name }), text: t('um.users.remove'), onclick: () => removeUser(name) }));
+  }
   return el(
     'tr',
     { 'data-user': name },
@@ -33,27 +59,38 @@ function renderRow(user) {
     cell('um.users.state', stateText(info)),
     cell('um.users.expiry', expiryText(info)),
     cell('um.users.initial', info.isUsingInitialPassword ? t('common.yes') : t('common.no')),
-    cell(
-      'um.users.actions',
-      el(
-        'div',
-        { class: 'row-actions' },
-        el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.editFor', { name }), text: t('um.users.edit'), onclick: () => editUser(user) }),
-        el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.passwordFor', { name }), text: t('um.users.setPassword'), onclick: () => setPassword(name) }),
-        el('button', { type: 'button', class: 'danger', 'aria-label': t('um.users.removeFor', { name }), text: t('um.users.remove'), onclick: () => removeUser(name) }),
-      ),
-    ),
+    cell('um.users.actions', el('div', { class: 'row-actions' }, ...actions)),
   );
 }
 
 function render() {
-  $('#user-table tbody').replaceChildren(...config.usersConfig.map(renderRow));
+  const shown = viewOf(config.usersConfig, view);
+  view.page = shown.page;
+  $('#user-table tbody').replaceChildren(...shown.rows.map(renderRow));
+  for (const th of document.querySelectorAll('#user-table th[data-sort]')) {
+    const sorted = th.dataset.sort === view.sortKey;
+    if (sorted) th.setAttribute('aria-sort', view.descending ? 'descending' : 'ascending');
+    else th.removeAttribute('aria-sort');
+  }
+  const first = shown.total ? shown.page * view.pageSize + 1 : 0;
+  const last = shown.page * view.pageSize + shown.rows.length;
+  $('#user-range').textContent = t('um.users.range', { first, last, total: shown.total, all: config.usersConfig.length });
+  $('#user-prev').disabled = shown.page === 0;
+  $('#user-next').disabled = shown.page >= shown.pages - 1;
+}
+
+function renderRoleBoxes() {
+  const kept = new Set([...document.querySelectorAll('#add-user-form input[name="role"]:checked')].map((box) => box.value));
+  $('#add-user-form .role-boxes').replaceChildren(
+    ...config.allUserRoles.map((role, index) => checkbox(`new-user-role-${index}`, role, kept.has(role), { value: role, name: 'role' })),
+  );
 }
 
 // Reads the list again after a change; the change's success is reported only once the list shows it.
 async function refresh() {
   config = await call('UserManagementDp', 'GetUserManagementConfig');
   render();
+  renderRoleBoxes();
 }
 
 export async function loadUsers() {
@@ -65,6 +102,7 @@ export async function loadUsers() {
 }
 
 function editUser(user) {
+  clearStatusesAround(listStatus());
   const roleBoxes = config.allUserRoles.map((role, index) =>
     checkbox(`edit-role-${index}`, role, user.userRoles.includes(role), { value: role, name: 'role' }),
   );
@@ -87,8 +125,10 @@ function editUser(user) {
   });
 }
 
-function setPassword(name) {
-  formDialog({
+function setPassword(user) {
+  clearStatusesAround(listStatus());
+  const name = user.userName;
+  const dialog = formDialog({
     title: t('um.users.passwordTitle', { name }),
     fields: [
       field('set-password-new', t('fields.newPassword'), { type: 'password', name: 'newPassword', autocomplete: 'new-password', required: true }),
@@ -108,9 +148,13 @@ function setPassword(name) {
       showStatus(listStatus(), t('um.users.passwordSet', { name }));
     },
   });
+  const input = $('#set-password-new', dialog);
+  attachRuleList(input, { policy: () => rulesetOf(user.hasAdminRuleset ? 'admin' : 'default'), userName: () => name });
+  dialog.querySelectorAll('input[type="password"]').forEach(addRevealButton);
 }
 
 async function removeUser(name) {
+  clearStatusesAround(listStatus());
   if (!(await confirmDialog(t('um.users.removeQuestion', { name }), t('um.users.remove')))) return;
   try {
     await call('UserManagementDp', 'RemoveUser', { body: formBody([['username', name]]) });
@@ -123,27 +167,95 @@ async function removeUser(name) {
 
 function bindAddUser(form) {
   const status = $('.status', form);
+  form.querySelectorAll('input[type="password"]').forEach(addRevealButton);
+  const rules = attachRuleList(form.password, { policy: () => rulesetOf('default'), userName: () => form.username.value.trim() });
+  form.username.addEventListener('input', rules.update);
+  document.addEventListener('rulesetsshown', rules.update);
   form.addEventListener('submit', (event) => {
     event.preventDefault();
     busy(form, status, async () => {
       const username = form.username.value.trim();
-      if (!username) throw new InputError(t('um.users.nameMissing'));
-      if (utf8Length(username) > maxUserNameBytes) throw new InputError(t('um.users.nameTooLong', { max: maxUserNameBytes }));
+      checkUserName(username);
       checkNewPassword(form.password.value, form.confirmPassword.value);
+      const userRoles = [...form.querySelectorAll('input[name="role"]:checked')].map((box) => box.value);
       const body = formBody([
         ['username', username],
         ['password', form.password.value],
         ['confirmPassword', form.confirmPassword.value],
       ]);
-      await call('UserManagementDp', 'AddUser', { body });
+      try {
+        await call('UserManagementDp', 'AddUser', { body });
+      } catch (error) {
+        // The device's refusal of a name says only that it is invalid: the rule is said here.
+        const text = error.errorText || '';
+        if (/invalid/i.test(text) && /user ?name/i.test(text)) throw new InputError(`${t('errors.module.Usernamehasinvalidcharacters')} ${t('um.users.nameRule')}`);
+        throw error;
+      }
+      let rolesFailed = null;
+      if (userRoles.length) {
+        try {
+          await call('UserManagementDp', 'ModifyUserConfig', { json: { userConfigItem: { userName: username, hasAdminRuleset: false, userRoles } } });
+        } catch (error) {
+          rolesFailed = error;
+        }
+      }
       form.reset();
+      rules.update();
       await refresh();
-      showStatus(status, t('um.users.added', { name: username }));
+      if (rolesFailed) {
+        showError(status, rolesFailed);
+        status.prepend(`${t('um.users.addedWithoutRoles', { name: username })} `);
+      } else {
+        showStatus(status, t('um.users.added', { name: username }));
+      }
     });
   });
 }
 
-export function initUsers() {
+function bindListTools() {
+  $('#user-search').addEventListener('input', (event) => {
+    view.search = event.target.value;
+    view.page = 0;
+    render();
+  });
+  $('#user-page-size').addEventListener('change', (event) => {
+    view.pageSize = Number(event.target.value);
+    view.page = 0;
+    render();
+  });
+  $('#user-prev').addEventListener('click', () => {
+    view.page -= 1;
+    render();
+  });
+  $('#user-next').addEventListener('click', () => {
+    view.page += 1;
+    render();
+  });
+  const sortBy = (key, descending) => {
+    view.sortKey = key;
+    view.descending = descending;
+    view.page = 0;
+    const option = $(`#user-sort option[value="${key}:${descending ? 'desc' : 'asc'}"]`);
+    if (option) $('#user-sort').value = option.value;
+    render();
+  };
+  // The column buttons on wide screens, a list on phones (where the table is cards).
+  for (const th of document.querySelectorAll('#user-table th[data-sort]')) {
+    th.querySelector('button').addEventListener('click', () => {
+      sortBy(th.dataset.sort, view.sortKey === th.dataset.sort ? !view.descending : false);
+    });
+  }
+  $('#user-sort').addEventListener('change', (event) => {
+    const [key, direction] = event.target.value.split(':');
+    sortBy(key, direction === 'desc');
+  });
+}
+
+export function initUsers(session) {
+  ownName = session.userName || '';
+  $('#user-page-size').value = String(view.pageSize);
+  document.addEventListener('rulesetsshown', (event) => (rulesets = event.detail));
+  bindListTools();
   bindAddUser($('#add-user-form'));
   document.addEventListener('languagechange', render);
   return loadUsers();

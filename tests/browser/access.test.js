@@ -1,0 +1,156 @@
+// Every page in both languages on a desktop and a phone without an axe-core violation; the styled
+// 403 and 404 pages with the links that fit the visitor; and with login switched off, a visitor
+// gets what the confirmation promised.
+import assert from 'node:assert/strict';
+import { after, before, describe, test } from 'node:test';
+import { axeViolations } from './lib/axe.js';
+import { launchBrowser, newUserPage } from './lib/browser.js';
+import { startHost } from './lib/host.js';
+import { loggedInPage, ready } from './lib/pages.js';
+
+const adminPassword = 'Kyr-Access-Board-2026!';
+const operator = { user: 'operator1', password: 'Op-Access-2026x' };
+let host;
+let browser;
+
+const viewports = { desktop: { width: 1280, height: 900 }, phone: { width: 390, height: 844 } };
+const languages = { en: 'en-US', de: 'de-DE' };
+
+describe('every page for everyone', () => {
+  before(async () => {
+    host = await startHost('First-Start-Admin-1', { args: ['--allow-auth-deactivation'] });
+    browser = await launchBrowser();
+    const admin = await loggedInPage(browser, host, { password: adminPassword, initial: 'First-Start-Admin-1' });
+    await admin.api.call('UserManagementDp', 'AddUser', { body: `username=${operator.user}&password=Given-Op-2026x&confirmPassword=Given-Op-2026x` });
+    await admin.api.call('UserManagementDp', 'ModifyUserConfig', { json: { userConfigItem: { userName: operator.user, hasAdminRuleset: false, userRoles: ['Operator'] } } });
+    await admin.api.call('SystemUseNotificationDp', 'SetSystemUseNotification', { body: 'SystemUseNotification=Authorised use only.' });
+    const op = await loggedInPage(browser, host, { ...operator, initial: 'Given-Op-2026x' });
+    await op.context().close();
+    await admin.context().close();
+  });
+
+  after(async () => {
+    await browser?.close();
+    await host?.stop();
+  });
+
+  for (const [language, locale] of Object.entries(languages)) {
+    for (const [viewportName, viewport] of Object.entries(viewports)) {
+      test(`axe finds nothing on any page: ${language}, ${viewportName}`, async () => {
+        const found = [];
+        const check = async (page, where) => {
+          for (const violation of await axeViolations(page)) found.push(`${where}: ${violation}`);
+        };
+        const visitor = await newUserPage(browser, host.baseUrl, { ...viewport, locale });
+        await visitor.goto('/login.html');
+        await ready(visitor);
+        assert.equal(await visitor.evaluate(() => document.documentElement.lang), language);
+        await check(visitor, 'login');
+        await visitor.goto('/no-such-page.html');
+        await ready(visitor);
+        await check(visitor, '404');
+
+        const admin = await loggedInPage(browser, host, { password: adminPassword, ...viewport, locale });
+        await admin.goto('/pages/UserManager');
+        await ready(admin);
+        for (const tab of await admin.getByRole('tab').all()) {
+          await tab.click();
+          await check(admin, `user manager, ${await tab.textContent()}`);
+        }
+        await admin.goto('/pages/UserManager#users');
+        await admin.locator('#user-table tbody tr').first().getByRole('button').nth(1).click();
+        await check(admin, 'set password dialog');
+        await admin.keyboard.press('Escape');
+        await admin.goto('/pages/LdapConfiguration');
+        await ready(admin);
+        await check(admin, 'LDAP');
+        await admin.goto('/password.html');
+        await ready(admin);
+        await check(admin, 'own password');
+
+        // The forced change of an initial password, on the login page.
+        const fresh = `fresh-${language}-${viewportName}`;
+        await admin.api.call('UserManagementDp', 'AddUser', { body: `username=${fresh}&password=Given-Fresh-2026x&confirmPassword=Given-Fresh-2026x` });
+        await visitor.goto('/login.html');
+        await ready(visitor);
+        await visitor.locator('#username').fill(fresh);
+        await visitor.locator('#password').fill('Given-Fresh-2026x');
+        await visitor.locator('#login-form button[type="submit"]').click();
+        await visitor.locator('#forced-change').waitFor();
+        await check(visitor, 'forced change');
+
+        const op = await loggedInPage(browser, host, { ...operator, ...viewport, locale });
+        await op.goto('/pages/UserManager');
+        await ready(op);
+        await check(op, '403');
+        for (const page of [visitor, admin, op]) found.push(...page.errors);
+        await Promise.all([visitor.context().close(), admin.context().close(), op.context().close()]);
+        assert.deepEqual(found, []);
+      });
+    }
+  }
+
+  test('German row buttons stay on one line each, side by side', async () => {
+    const admin = await loggedInPage(browser, host, { password: adminPassword, locale: 'de-DE' });
+    await admin.goto('/pages/UserManager');
+    await ready(admin);
+    const rows = await admin.locator('.row-actions').evaluateAll((cells) =>
+      cells.map((cell) => {
+        const buttons = [...cell.querySelectorAll('button')];
+        const tops = new Set(buttons.map((button) => button.getBoundingClientRect().top));
+        const lineHeight = parseFloat(getComputedStyle(buttons[0]).lineHeight);
+        const wrapped = buttons.filter((button) => button.clientHeight - 2 * parseFloat(getComputedStyle(button).paddingTop) > lineHeight * 1.5);
+        return { rows: tops.size, wrapped: wrapped.map((button) => button.textContent) };
+      }),
+    );
+    assert.ok(rows.length >= 2);
+    for (const row of rows) assert.deepEqual(row, { rows: 1, wrapped: [] });
+    await admin.context().close();
+  });
+
+  test('403 and 404 are styled pages whose links fit the visitor', async () => {
+    const cases = [
+      { who: 'visitor', url: '/pages/NoSuchPage', status: 404, heading: 'Page not found', link: 'Log in', not: 'Go to your start page' },
+      { who: 'operator', url: '/nothing/here.html', status: 404, heading: 'Page not found', link: 'Go to your start page', not: 'Log in' },
+      { who: 'operator', url: '/pages/UserManager', status: 403, heading: 'No permission', link: 'Go to your start page', not: 'Log in' },
+    ];
+    for (const { who, url, status, heading, link, not } of cases) {
+      const page = who === 'visitor' ? await newUserPage(browser, host.baseUrl) : await loggedInPage(browser, host, operator);
+      assert.equal((await page.goto(url)).status(), status, url);
+      await ready(page);
+      await page.getByRole('heading', { name: heading, level: 1 }).waitFor();
+      assert.equal(await page.locator('main').getByRole('link', { name: link }).isVisible(), true, `${who} ${url}: ${link}`);
+      assert.equal(await page.getByRole('link', { name: not }).count(), 0, `${who} ${url}: no ${not}`);
+      if (who === 'operator') assert.equal(await page.locator('main').getByRole('link', { name: link }).getAttribute('href'), '/password.html');
+      await page.context().close();
+    }
+  });
+
+  test('with login switched off, a visitor gets what the confirmation promised', async () => {
+    const admin = await loggedInPage(browser, host, { password: adminPassword });
+    await admin.goto('/pages/UserManager#login-required');
+    await ready(admin);
+    await admin.getByLabel('Users must log in').uncheck();
+    const question = admin.getByRole('dialog');
+    assert.match(await question.textContent(), /only what the role "Unauthenticated" is allowed \(by default nothing\)/);
+    await question.getByRole('button', { name: 'Switch off' }).click();
+    await admin.getByText('Login is now switched off.').waitFor();
+
+    try {
+      const visitor = await newUserPage(browser, host.baseUrl);
+      assert.equal((await visitor.goto('/pages/UserManager')).status(), 403);
+      await ready(visitor);
+      await visitor.locator('main').getByRole('link', { name: 'Log in' }).waitFor();
+      const answer = await visitor.request.get('/api/UserManagementDp/GetUserManagementConfig');
+      assert.ok([401, 403].includes(answer.status()), `the user list answered ${answer.status()}`);
+      await visitor.goto('/password.html');
+      await ready(visitor);
+      await visitor.getByText('Log in to see and change your password.').waitFor();
+      await visitor.context().close();
+    } finally {
+      await admin.getByLabel('Users must log in').check();
+      await admin.getByText('Login is now required.').waitFor();
+    }
+    await admin.context().close();
+  });
+});
