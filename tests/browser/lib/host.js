@@ -7,10 +7,12 @@ import os from 'node:os';
 import path from 'node:path';
 import { buildDir } from './paths.js';
 
-// options.args: further wbm-host options; options.dataDir: a data directory kept by the caller.
+// adminPassword: null lets the host generate one. options.args: further wbm-host options;
+// options.dataDir: a data directory kept by the caller.
 export async function startHost(adminPassword, { args: extra = [], dataDir: givenDir } = {}) {
   const dataDir = givenDir || fs.mkdtempSync(path.join(os.tmpdir(), 'wbm-browser-data-'));
-  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--hash-cost', 'min', '--admin-password', adminPassword, ...extra];
+  const given = adminPassword === null ? [] : ['--admin-password', adminPassword];
+  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--hash-cost', 'min', ...given, ...extra];
   const child = spawn(path.join(buildDir, 'bin', 'wbm-host'), args);
   let log = '';
   const ended = new Promise((resolve) => child.on('close', (code, signal) => resolve(signal ?? code)));
