@@ -206,6 +206,11 @@ describe('user management pages', () => {
 
     await admin.getByLabel('Log users in through LDAP').check();
     await admin.getByText('LDAP is switched on.').waitFor();
+    // The connection test names the step that failed: nothing answers at the configured server.
+    await admin.getByRole('button', { name: 'Test connection' }).click();
+    await admin.getByText('The test failed at: Connect.').waitFor({ timeout: 30000 });
+    await admin.locator('#ldap-test-steps li.error').first().waitFor();
+    await admin.locator('#ldap-status').getByText(/not reached/).waitFor();
     await screenshot(admin, 'ldap-configuration');
   });
 
