@@ -24,9 +24,22 @@ HostRequestHandler::HostRequestHandler(HostContext& context, const ServerLimits&
     AddPageRoutes(router, context);
 }
 
+namespace {
+// The module's functions that take a JSON document or a file; every other one takes form text.
+bool TakesDocument(const std::string& path) {
+    for (const char* function : {"/SetLdapConfiguration", "/ModifyUserConfig", "/SetPasswordRoleRulesets",
+                                 "/SetPasswordBlockList", "/SetSessionPolicyConfig"}) {
+        const std::string suffix(function);
+        if (path.size() > suffix.size() && path.compare(path.size() - suffix.size(), suffix.size(), suffix) == 0) return true;
+    }
+    return false;
+}
+} // namespace
+
 std::size_t HostRequestHandler::BodyLimit(const HttpRequest& head) const {
-    if (head.path == "/api/login") return limits.bodyWithoutSession;
-    return context.HasLiveSession(head) ? limits.bodyWithSession : limits.bodyWithoutSession;
+    if (head.path == "/api/login" || !context.HasLiveSession(head)) return limits.bodyWithoutSession;
+    if (head.path.rfind("/api/", 0) == 0 && !TakesDocument(head.path)) return limits.formBody;
+    return limits.bodyWithSession;
 }
 
 void HostRequestHandler::Handle(HttpRequest& request, HttpResponse& response) {

@@ -13,7 +13,9 @@ struct ServerLimits {
     std::size_t targetBytes = 8 * 1024;         // the request target (414)
     std::size_t headBytes = 17 * 1024;          // start line and headers as received
     std::size_t bodyWithoutSession = 4 * 1024;  // (413)
-    std::size_t bodyWithSession = 1024 * 1024;  // (413)
+    std::size_t bodyWithSession = 1024 * 1024;  // (413): JSON documents, the LDAP file
+    std::size_t formBody = 64 * 1024;           // (413): the module's form functions (their expressions'
+                                                // search time grows with the text)
     std::chrono::seconds headTime{10};          // a request's head, from its first byte (or the connect)
     std::chrono::seconds bodyTime{30};          // a request's body, from the end of its head (408)
     std::chrono::seconds keepAliveIdle{15};     // between two requests of a connection
