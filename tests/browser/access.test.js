@@ -67,6 +67,12 @@ describe('every page for everyone', () => {
         await admin.goto('/password.html');
         await ready(admin);
         await check(admin, 'own password');
+        await admin.goto('/security-log.html');
+        await ready(admin);
+        await check(admin, 'security log');
+        await admin.locator('#live-sessions tbody button').first().click();
+        await check(admin, 'end session question');
+        await admin.keyboard.press('Escape');
 
         // The forced change of an initial password, on the login page.
         const fresh = `fresh-${language}-${viewportName}`;

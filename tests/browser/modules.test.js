@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import { describe, test } from 'node:test';
+import { filterQuery } from '../../web/js/audit-events.js';
 import { decodeEntities, isBlankText } from '../../web/js/entities.js';
 import { moduleErrorText, sentencesOf } from '../../web/js/errors.js';
 import { useDictionary } from '../../web/js/i18n.js';
@@ -210,5 +211,21 @@ describe('the user list view', () => {
     assert.equal(removable(users[0], users, 'a9'), true);
     assert.equal(removable(users[0], users, 'b'), false);
     assert.equal(removable(users[3], users.slice(1), 'a9'), false);
+  });
+});
+
+describe('security log filters as the host reads them', () => {
+  test('local times become UTC with milliseconds; "to" takes in its whole second', () => {
+    const query = filterQuery({ from: '2026-11-23T10:00', to: '2026-11-23T10:30:15', event: '', user: '', outcome: '' });
+    const utc = /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$/;
+    assert.match(query.get('from'), utc);
+    assert.match(query.get('to'), utc);
+    assert.equal(Date.parse(query.get('to')) - Date.parse(query.get('from')), (30 * 60 + 15) * 1000 + 999);
+    assert.deepEqual([...query.keys()], ['from', 'to'], 'empty filters are left out');
+  });
+
+  test('event, user and outcome go as given, encoded once', () => {
+    const query = filterQuery({ event: 'session.login.failure', user: 'a&b c', outcome: 'failure' });
+    assert.equal(query.toString(), 'event=session.login.failure&user=a%26b+c&outcome=failure');
   });
 });

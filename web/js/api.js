@@ -116,3 +116,19 @@ export async function call(provider, fn, { method = 'GET', body, query, contentT
   }
   return data;
 }
+
+// The audit trail, one page: `query` is the URLSearchParams of its filters and paging.
+export async function readAudit(query) {
+  const { data } = await send(`/api/audit?${query}`);
+  return data;
+}
+
+// The live sessions the caller may see: all for administrators, else the own ones.
+export async function listSessions() {
+  const { data } = await send('/api/sessions');
+  return Array.isArray(data.sessions) ? data.sessions : [];
+}
+
+export async function endSession(handle) {
+  await send(`/api/sessions/${encodeURIComponent(handle)}/end`, { method: 'POST' });
+}

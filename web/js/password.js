@@ -3,6 +3,7 @@ import { call, getSession } from './api.js';
 import { t } from './i18n.js';
 import { bindPasswordChange, ownRules } from './password-change.js';
 import { expiryText, stateText } from './password-state.js';
+import { bindSessionList } from './session-list.js';
 import { initPage, runPage, landingPage } from './shell.js';
 import { $, el, showError } from './ui.js';
 
@@ -39,6 +40,12 @@ async function main() {
     $('#change-form').hidden = true;
     document.body.dataset.ready = 'true';
     return;
+  }
+  // The own sessions, also of a directory user; not while a password change is pending (the host
+  // refuses the list then).
+  if (!session.passwordChangeRequired) {
+    $('#live-sessions').hidden = false;
+    await bindSessionList($('#live-sessions'));
   }
   if (session.directoryUser) {
     // The password belongs to the directory account: the device has none to show or change.

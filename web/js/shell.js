@@ -39,6 +39,7 @@ async function addNavigation(nav, session) {
   ]);
   if (!session.passwordChangeRequired) {
     if (probes[0].status === 'fulfilled') links.push(['/pages/UserManager', 'nav.userManager']);
+    if (probes[0].status === 'fulfilled') links.push(['/security-log.html', 'nav.securityLog']);
     if (probes[1].status === 'fulfilled') links.push(['/pages/LdapConfiguration', 'nav.ldap']);
   }
   links.push(['/password.html', 'nav.password']);
