@@ -15,7 +15,7 @@ const operator = { name: 'operator1', password: 'Start-Pass-71', own: 'Moved-On-
 const blockedByFile = ['Summer-Time-2026', 'Winter-Time-2027'];
 const loginText = "Authorised use only.\nTom & Jerry's <b>bold</b> &amp; more";
 // The LDAP file holds backslashes: the module doubles them on the way out, the page undoes it.
-const ldapFile = 'server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n' +
+const ldapFile = 'server = ldap://127.0.0.1:9\nstart_tls = no\nunencrypted_connection = allowed\n' +
   'user_base = ou=people\\, plant,dc=example,dc=test\ngroup_base = dc=example,dc=test\n' +
   'group_role = Admin : cn=admins,dc=example,dc=test\n';
 
@@ -206,7 +206,9 @@ describe('user management pages', () => {
 
     await admin.getByLabel('Log users in through LDAP').check();
     await admin.getByText('LDAP is switched on.').waitFor();
-    // The connection test names the step that failed: nothing answers at the configured server.
+    // The connection test names the step that failed: nothing listens at the configured port.
+    // The status line is filled once the test form has its handler.
+    await admin.locator('#ldap-status').getByText(/not been asked|reached/).waitFor();
     await admin.getByRole('button', { name: 'Test connection' }).click();
     await admin.getByText('The test failed at: Connect.').waitFor({ timeout: 30000 });
     await admin.locator('#ldap-test-steps li.error').first().waitFor();

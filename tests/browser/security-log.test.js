@@ -125,6 +125,7 @@ describe('security log and live sessions', () => {
     await end.click();
     await admin.getByRole('dialog').getByRole('button', { name: 'End session' }).click();
     await sessions.getByText('The session of operator1 has been ended.').waitFor();
+    await end.waitFor({ state: 'detached' }); // the list is read again after the message
     assert.equal(await end.count(), 0);
 
     await op.reload();
@@ -143,6 +144,7 @@ describe('security log and live sessions', () => {
     await rows.filter({ hasNotText: 'this session' }).getByRole('button', { name: /End session of/ }).click();
     await laptop.getByRole('dialog').getByRole('button', { name: 'End session' }).click();
     await laptop.locator('#live-sessions').getByText('has been ended').waitFor();
+    await rows.nth(1).waitFor({ state: 'detached' }); // the list is read again after the message
     assert.equal(await rows.count(), 1);
 
     await phone.goto('/password.html');

@@ -58,7 +58,8 @@ function renderSteps(result) {
 
 export function initDirectoryTest(session) {
   const form = $('#ldap-test-form');
-  const status = $('.status', form);
+  // The form's own outcome line, not the directory's status line above it.
+  const status = $('.status:not(#ldap-status)', form);
   form.addEventListener('submit', (event) => {
     event.preventDefault();
     busy(form, status, async () => {
