@@ -2,10 +2,8 @@
 
 #include <algorithm>
 
-#include "ConfigStore.h"
 #include "Defaults.h"
 #include "Schema.h"
-#include "UserStore.h"
 
 namespace Kyr::PlatformServices {
 
@@ -31,26 +29,23 @@ bool AuthorizationService::HasPermissionChecked(const std::string& object, std::
     std::optional<String> userName;
     if (!token.IsAnonymous()) userName = context->sessions.FindUserOfSession(token.GetSessionId());
 
-    Database& database = context->database;
-    auto lock = database.Lock();
-    UserStore users(database);
-    std::optional<UserRecord> user = userName ? users.Find(*userName) : std::nullopt;
+    const auto accounts = context->accounts.Current();
+    const AccountEntry* user = userName ? accounts->Find(*userName) : nullptr;
     // A directory user holds the roles its last login mapped (local users win over directory users).
     std::optional<std::vector<std::string>> directoryRoles =
         userName && !user ? context->directoryUsers.RolesOf(*userName) : std::nullopt;
     if (user || directoryRoles) {
-        std::vector<std::string> roles = user ? users.RolesOf(user->id) : *directoryRoles;
+        const std::vector<std::string>& roles = user ? user->roles : *directoryRoles;
         if (std::find(roles.begin(), roles.end(), AdminRole) != roles.end()) return true;
         if (std::find(std::begin(PermissionsOfEveryUser), std::end(PermissionsOfEveryUser), object) !=
             std::end(PermissionsOfEveryUser))
             return true;
         return std::any_of(roles.begin(), roles.end(),
-                           [&](const std::string& role) { return users.RoleHolds(role, object, right); });
+                           [&](const std::string& role) { return accounts->RoleHolds(role, object, right); });
     }
-    bool authenticationRequired = !context->options.authenticationDeactivatable ||
-                                  ConfigStore(database).GetSetting(SettingAuthenticationRequired, 1) != 0;
+    bool authenticationRequired = !context->options.authenticationDeactivatable || accounts->authenticationRequiredSetting;
     if (authenticationRequired) return false;
-    return users.RoleHolds(UnauthenticatedRole, object, right);
+    return accounts->RoleHolds(UnauthenticatedRole, object, right);
 }
 
 } // namespace Kyr::PlatformServices

@@ -72,8 +72,7 @@ public:
     bool IsAuthenticationRequired() override { return users->GetAuthenticationRequired(); }
 
     Kyr::System::Um::Services::Internal::SessionPolicyParameter GetSessionPolicy() override {
-        auto lock = context->database.Lock();
-        return ConfigStore(context->database).LoadSessionPolicy();
+        return context->accounts.Current()->sessionPolicy;
     }
 
     bool RecordAudit(const AuditRecord& record) override { return audit->Record(record); }

@@ -42,6 +42,7 @@ ServiceContext::ServiceContext(const ServicesOptions& options, SessionDirectory&
     : options(options),
       paths(options.dataDirectory),
       database(paths.database),
+      accounts(database),
       hasher(options.hashOpsLimit, options.hashMemLimit, StoredDummyHash(paths.dummyHash)),
       sessions(sessions),
       restartRequest(std::move(restartRequest)) {

@@ -1,12 +1,13 @@
 #pragma once
 // What the six services share: the options, where things live in the data directory, the one
-// database connection, the password hasher, the host's session directory, the clock and the roles
-// of the directory users who logged in.
+// database connection and the accounts kept in memory from it, the password hasher, the host's
+// session directory, the clock and the roles of the directory users who logged in.
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
 
+#include "AccountsSnapshot.h"
 #include "Kyr/PlatformServices/PlatformServices.h"
 #include "DirectoryUsers.h"
 #include "Kyr/System/Commons/RscString.h"
@@ -39,6 +40,7 @@ public:
     const ServicesOptions options;
     const DataPaths paths;
     Database database;
+    AccountsCache accounts; // what the reads need, in memory; loaded again after each write
     const PasswordHasher hasher;
     SessionDirectory& sessions;
     const std::function<void()> restartRequest;

@@ -35,6 +35,22 @@ void Database::Execute(const std::string& sql) {
         sqlite3_free(error);
         throw DatabaseError("SQL failed: " + message);
     }
+    // Schema changes, COMMIT and ROLLBACK come this way; only opening a transaction writes nothing.
+    StatementDone(sql.rfind("BEGIN", 0) != 0);
+}
+
+void Database::StatementDone(bool wrote) {
+    wroteSinceListener = wroteSinceListener || wrote;
+    if (!wroteSinceListener || inListener || !afterWrite || !sqlite3_get_autocommit(connection)) return;
+    wroteSinceListener = false;
+    inListener = true;
+    try {
+        afterWrite();
+    } catch (...) {
+        inListener = false;
+        throw;
+    }
+    inListener = false;
 }
 
 Statement Database::Prepare(const std::string& sql) {
@@ -70,7 +86,10 @@ Statement& Statement::Bind(int index, const std::string& value) {
 bool Statement::Step() {
     int result = sqlite3_step(statement);
     if (result == SQLITE_ROW) return true;
-    if (result == SQLITE_DONE) return false;
+    if (result == SQLITE_DONE) {
+        database->StatementDone(sqlite3_stmt_readonly(statement) == 0);
+        return false;
+    }
     database->Fail("Statement failed");
 }
 

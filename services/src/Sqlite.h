@@ -3,6 +3,7 @@
 // transactions. Every use happens under the connection's lock (Database::Lock), because the services
 // are called from several host threads and share the one connection.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -39,13 +40,22 @@ public:
     std::int64_t LastInsertRowId() const;
     int Changes() const;
 
+    // Called, with the lock held, after a change to the database was committed (or a write rolled
+    // back): readers that keep what they need in memory load it again here, on the writer's thread.
+    void SetAfterWriteListener(std::function<void()> listener) { afterWrite = std::move(listener); }
+
 private:
     friend class Statement;
     [[noreturn]] void Fail(const std::string& what) const;
+    // After each statement: tells the listener once the written transaction has ended.
+    void StatementDone(bool wrote);
 
     sqlite3* connection = nullptr;
     std::recursive_mutex mutex;
     std::unordered_map<std::string, sqlite3_stmt*> statements;
+    std::function<void()> afterWrite;
+    bool wroteSinceListener = false;
+    bool inListener = false;
 };
 
 class Statement {

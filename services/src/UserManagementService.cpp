@@ -68,8 +68,8 @@ PasswordAge UserManagementService::AgeOf(const UserRecord& user) {
     return ComputePasswordAge(RulesetOf(user).expirationPolicy, user.passwordChangedAt, context->Now());
 }
 
-UserPasswordInfo UserManagementService::InfoOf(const UserRecord& user) {
-    PasswordAge age = AgeOf(user);
+UserPasswordInfo UserManagementService::InfoOf(const AccountsSnapshot& accounts, const AccountEntry& user) {
+    PasswordAge age = accounts.AgeOf(user, context->Now());
     UserPasswordInfo info;
     info.passwordState = age.state;
     info.timeToExpire = age.secondsToExpire;
@@ -228,8 +228,7 @@ RscString<128> UserManagementService::GetLastErrorText() { return RscString<128>
 std::vector<RscString<64>> UserManagementService::GetUsers() {
     std::vector<RscString<64>> names;
     Guarded("GetUsers", [&] {
-        auto lock = database.Lock();
-        for (const UserRecord& user : UserStore(database).All()) names.emplace_back(user.name);
+        for (const AccountEntry& user : context->accounts.Current()->users) names.emplace_back(user.name);
         return true;
     });
     return names;
@@ -237,8 +236,7 @@ std::vector<RscString<64>> UserManagementService::GetUsers() {
 
 bool UserManagementService::HasAdminRuleset(const RscString<64>& userName) {
     return Guarded("HasAdminRuleset", [&] {
-        auto lock = database.Lock();
-        std::optional<UserRecord> user = UserStore(database).Find(userName.ToString());
+        const AccountEntry* user = context->accounts.Current()->Find(userName.ToString());
         return user ? user->adminRuleset : Fail(UserNotFound);
     });
 }
@@ -258,11 +256,10 @@ bool UserManagementService::SetAdminRuleset(const RscString<64>& userName, bool 
 std::vector<RscString<64>> UserManagementService::GetUserRoles(const RscString<64>& userName) {
     std::vector<RscString<64>> roles;
     Guarded("GetUserRoles", [&] {
-        auto lock = database.Lock();
-        UserStore users(database);
-        std::optional<UserRecord> user = users.Find(userName.ToString());
+        const auto accounts = context->accounts.Current();
+        const AccountEntry* user = accounts->Find(userName.ToString());
         if (!user) return Fail(UserNotFound);
-        for (const std::string& role : users.RolesOf(user->id)) roles.emplace_back(role);
+        for (const std::string& role : user->roles) roles.emplace_back(role);
         return true;
     });
     return roles;
@@ -271,8 +268,7 @@ std::vector<RscString<64>> UserManagementService::GetUserRoles(const RscString<6
 std::vector<RscString<64>> UserManagementService::GetAllRoles() {
     std::vector<RscString<64>> roles;
     Guarded("GetAllRoles", [&] {
-        auto lock = database.Lock();
-        for (const std::string& role : UserStore(database).AllRoles()) roles.emplace_back(role);
+        for (const std::string& role : context->accounts.Current()->roles) roles.emplace_back(role);
         return true;
     });
     return roles;
@@ -309,9 +305,9 @@ bool UserManagementService::SetUserRoles(const RscString<64>& userName, const st
 
 bool UserManagementService::GetAllUsersPasswordInfo(std::vector<UserPasswordInfo>& infos) {
     return Guarded("GetAllUsersPasswordInfo", [&] {
-        auto lock = database.Lock();
+        const auto accounts = context->accounts.Current();
         std::vector<UserPasswordInfo> result;
-        for (const UserRecord& user : UserStore(database).All()) result.push_back(InfoOf(user));
+        for (const AccountEntry& user : accounts->users) result.push_back(InfoOf(*accounts, user));
         infos = std::move(result);
         return true;
     });
@@ -323,8 +319,8 @@ bool UserManagementService::GetPasswordInfoBySecurityToken(const Kyr::System::Ac
         if (token.IsAnonymous()) return Fail("No session.");
         std::optional<String> userName = context->sessions.FindUserOfSession(token.GetSessionId());
         if (!userName) return Fail("No session.");
-        auto lock = database.Lock();
-        std::optional<UserRecord> user = UserStore(database).Find(*userName);
+        const auto accounts = context->accounts.Current();
+        const AccountEntry* user = accounts->Find(*userName);
         if (!user && context->directoryUsers.RolesOf(*userName)) {
             // A directory user: no password on the device, so nothing expires here.
             info = UserPasswordInfo();
@@ -332,7 +328,7 @@ bool UserManagementService::GetPasswordInfoBySecurityToken(const Kyr::System::Ac
             return true;
         }
         if (!user) return Fail(UserNotFound);
-        info = InfoOf(*user);
+        info = InfoOf(*accounts, *user);
         return true;
     });
 }
@@ -341,8 +337,7 @@ bool UserManagementService::GetAuthenticationRequired() {
     if (!context->options.authenticationDeactivatable) return true;
     bool required = true;
     Guarded("GetAuthenticationRequired", [&] {
-        auto lock = database.Lock();
-        required = ConfigStore(database).GetSetting(SettingAuthenticationRequired, 1) != 0;
+        required = context->accounts.Current()->authenticationRequiredSetting;
         return true;
     });
     return required;
@@ -398,29 +393,26 @@ LoginCheck UserManagementService::CheckLogin(const std::string& userName, const 
 }
 
 bool UserManagementService::IsAdministrator(const std::string& userName) {
-    auto lock = database.Lock();
-    std::optional<UserRecord> user = UserStore(database).Find(userName);
+    const AccountEntry* user = context->accounts.Current()->Find(userName);
     if (!user) {
         auto roles = context->directoryUsers.RolesOf(userName);
         return roles && std::find(roles->begin(), roles->end(), AdminRole) != roles->end();
     }
-    return HoldsRole(*user, AdminRole);
+    return user->HoldsRole(AdminRole);
 }
 
 bool UserManagementService::IsPasswordChangeRequired(const std::string& userName) {
-    auto lock = database.Lock();
-    std::optional<UserRecord> user = UserStore(database).Find(userName);
-    return user && (user->initialPassword || IsExpired(AgeOf(*user).state));
+    const auto accounts = context->accounts.Current();
+    const AccountEntry* user = accounts->Find(userName);
+    return user && (user->initialPassword || IsExpired(accounts->AgeOf(*user, context->Now()).state));
 }
 
 bool UserManagementService::UserExists(const std::string& userName) {
-    auto lock = database.Lock();
-    return UserStore(database).Find(userName).has_value() || context->directoryUsers.RolesOf(userName).has_value();
+    return context->accounts.Current()->Find(userName) != nullptr || context->directoryUsers.RolesOf(userName).has_value();
 }
 
 bool UserManagementService::IsLocalUser(const std::string& userName) {
-    auto lock = database.Lock();
-    return UserStore(database).Find(userName).has_value();
+    return context->accounts.Current()->Find(userName) != nullptr;
 }
 
 std::optional<std::string> UserManagementService::CreateInitialAdministrator(const std::string& givenPassword) {

@@ -46,7 +46,7 @@ public:
     bool GetAuthenticationDeactivatable() override;
     bool SetAuthenticationRequired(bool required) override;
 
-    // For the host.
+    // For the host. The checks below CheckLogin answer from memory, without waiting for the database.
     LoginCheck CheckLogin(const std::string& userName, const std::string& password);
     bool IsAdministrator(const std::string& userName);
     bool IsPasswordChangeRequired(const std::string& userName);
@@ -63,7 +63,7 @@ private:
     // Callers hold the database lock.
     Um::Internal::Roleruleset RulesetOf(const UserRecord& user);
     PasswordAge AgeOf(const UserRecord& user);
-    Um::Internal::UserPasswordInfo InfoOf(const UserRecord& user);
+    Um::Internal::UserPasswordInfo InfoOf(const AccountsSnapshot& accounts, const AccountEntry& user);
     bool HoldsRole(const UserRecord& user, const std::string& role);
 
     std::shared_ptr<ServiceContext> context;

@@ -118,8 +118,7 @@ UserManagerConfigError UserManagerConfigurationService::SetActivePasswordsBlockL
 UserManagerConfigError UserManagerConfigurationService::GetSessionPolicyParameter(
     Um::Internal::SessionPolicyParameter& parameter) {
     return Guarded("GetSessionPolicyParameter", [&] {
-        auto lock = database.Lock();
-        parameter = ConfigStore(database).LoadSessionPolicy();
+        parameter = context->accounts.Current()->sessionPolicy;
         return E::NoError;
     });
 }

@@ -121,6 +121,10 @@ public:
     // roles it maps to are kept in memory until its next login, for the checks below and for the
     // authorization service.
     virtual LoginCheck CheckLogin(const String& userName, const String& password) = 0;
+    // The checks below, and the reading functions of the user management and authorization services
+    // (users, roles, password information, permissions, session policy, login requirement), answer
+    // from the accounts kept in memory, which the services load again after each write: they never
+    // wait for the database, so the host may call them on a network thread.
     virtual bool IsAdministrator(const String& userName) = 0;
     virtual bool IsPasswordChangeRequired(const String& userName) = 0;
     virtual bool UserExists(const String& userName) = 0; // a local user, or a directory user holding roles
