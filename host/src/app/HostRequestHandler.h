@@ -12,6 +12,7 @@ class HostRequestHandler final : public RequestHandler {
 public:
     HostRequestHandler(HostContext& context, const ServerLimits& limits);
     std::size_t BodyLimit(const HttpRequest& head) const override;
+    bool AnswersFromMemory(HttpRequest& request) const override { return router.AnswersFromMemory(request); }
     void Handle(HttpRequest& request, HttpResponse& response) override;
 
 private:
@@ -25,6 +26,7 @@ class HttpsRedirectHandler final : public RequestHandler {
 public:
     HttpsRedirectHandler(std::string fallbackHost, int httpsPort) : fallbackHost(std::move(fallbackHost)), httpsPort(httpsPort) {}
     std::size_t BodyLimit(const HttpRequest&) const override { return 0; }
+    bool AnswersFromMemory(HttpRequest&) const override { return true; }
     void Handle(HttpRequest& request, HttpResponse& response) override;
 
 private:

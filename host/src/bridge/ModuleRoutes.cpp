@@ -1,6 +1,7 @@
 #include "bridge/ModuleRoutes.h"
 
 #include <optional>
+#include <set>
 
 #include "app/HostLoggers.h"
 #include "audit/ModuleRequestAudit.h"
@@ -25,6 +26,16 @@ bool IsReadOnlyFunction(const Kyr::String& function) {
     for (const char* prefix : {"Get", "Is", "List"})
         if (function.rfind(prefix, 0) == 0) return true;
     return false;
+}
+
+// Reading functions whose services answer from the accounts kept in memory (user list, roles,
+// permissions, password ages, session policy, login requirement): given on the network thread.
+bool AnswersFromMemory(const HttpRequest& request) {
+    static const std::set<std::pair<std::string, std::string>> functions = {
+        {"UserManagementDp", "GetUserManagementConfig"},   {"UserManagementDp", "GetSessionPolicyConfig"},
+        {"UserManagementDp", "IsUserAuthenticationRequired"}, {"UserManagementDp", "IsAuthenticationDeactivatable"},
+        {"UserManagementInfoDp", "GetPasswordInfo"}};
+    return request.matches.size() == 3 && functions.count({request.matches[1], request.matches[2]}) != 0;
 }
 
 void LoginBanner(HostContext& context, const HttpRequest&, HttpResponse& response) {
@@ -116,7 +127,7 @@ void ModuleFunction(HostContext& context, const HttpRequest& request, HttpRespon
 
 void AddModuleRoutes(Router& router, HostContext& context) {
     router.Add("GET", "/api/login-banner", Bound(context, LoginBanner));
-    router.Add("GET", "/api/{}/{}", Bound(context, ModuleFunction));
+    router.Add("GET", "/api/{}/{}", Bound(context, ModuleFunction), AnswersFromMemory);
     router.Add("POST", "/api/{}/{}", Bound(context, ModuleFunction));
 }
 

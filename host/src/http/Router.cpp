@@ -21,8 +21,23 @@ std::vector<std::string> SplitPath(const std::string& path) {
 }
 } // namespace
 
-void Router::Add(std::string method, std::string pattern, RouteFunction function) {
-    routes.push_back(Route{std::move(method), SplitPath(pattern), std::move(function)});
+void Router::Add(std::string method, std::string pattern, RouteFunction function, FromMemoryTest fromMemory) {
+    routes.push_back(Route{std::move(method), SplitPath(pattern), std::move(function), std::move(fromMemory)});
+}
+
+const Router::Route* Router::Find(HttpRequest& request) const {
+    std::vector<std::string> captures;
+    for (const auto& route : routes) {
+        if (route.method != request.method || !Match(route, request.path, captures)) continue;
+        request.matches = std::move(captures);
+        return &route;
+    }
+    return nullptr;
+}
+
+bool Router::AnswersFromMemory(HttpRequest& request) const {
+    const Route* route = Find(request);
+    return route && route->fromMemory && route->fromMemory(request);
 }
 
 bool Router::Match(const Route& route, const std::string& path, std::vector<std::string>& captures) {

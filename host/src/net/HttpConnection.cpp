@@ -177,6 +177,11 @@ private:
         Lowest(stream).expires_never();
         auto self = this->shared_from_this();
         const std::string method = request.method, path = request.path;
+        if (context.handler.AnswersFromMemory(request)) {
+            HttpResponse response;
+            context.handler.Handle(request, response);
+            return Write(std::move(response), method, path);
+        }
         const bool queued = context.workers.TryPost([self, request = std::move(request)]() mutable {
             HttpResponse response;
             self->context.handler.Handle(request, response);

@@ -139,8 +139,8 @@ void EndSession(HostContext& context, const HttpRequest& request, HttpResponse& 
 void AddSessionRoutes(Router& router, HostContext& context) {
     router.Add("POST", "/api/login", Bound(context, Login));
     router.Add("POST", "/api/logout", Bound(context, Logout));
-    router.Add("GET", "/api/session", Bound(context, Session));
-    router.Add("GET", "/api/sessions", Bound(context, ListSessions));
+    router.Add("GET", "/api/session", Bound(context, Session), AlwaysFromMemory);
+    router.Add("GET", "/api/sessions", Bound(context, ListSessions), AlwaysFromMemory);
     router.Add("POST", "/api/sessions/{}/end", Bound(context, EndSession));
 }
 
