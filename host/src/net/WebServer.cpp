@@ -3,6 +3,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "app/HostLoggers.h"
@@ -31,6 +32,12 @@ void BindAcceptor(tcp::acceptor& acceptor, const std::string& host, int port) {
 }
 } // namespace
 
+std::vector<std::unique_ptr<WebServer::EventLoop>> WebServer::MakeLoops(std::size_t count) {
+    std::vector<std::unique_ptr<EventLoop>> made;
+    for (std::size_t i = 0; i < std::max<std::size_t>(count, 1); ++i) made.push_back(std::make_unique<EventLoop>());
+    return made;
+}
+
 struct WebServer::Listener {
     Listener(net::io_context& io, RequestHandler& handler, const TlsContext* tls)
         : acceptor(io), retry(io), handler(handler), tls(tls) {}
@@ -43,16 +50,16 @@ struct WebServer::Listener {
 
 WebServer::WebServer(const ServerLimits& limits)
     : limits(limits), connectionLimits(limits.maxConnections, limits.maxConnectionsPerAddress),
-      io(static_cast<int>(limits.ioThreads)), workers(limits.workerThreads, limits.queuedRequests) {}
+      loops(MakeLoops(limits.ioThreads)), workers(limits.workerThreads, limits.queuedRequests) {}
 
 WebServer::~WebServer() {
-    io.stop();
+    for (auto& loop : loops) loop->io.stop();
     for (auto& thread : threads)
         if (thread.joinable()) thread.join();
 }
 
 int WebServer::Listen(const std::string& host, int port, RequestHandler& handler, const TlsContext* tls) {
-    auto listener = std::make_unique<Listener>(io, handler, tls);
+    auto listener = std::make_unique<Listener>(AcceptingLoop(), handler, tls);
     contexts.push_back(std::make_unique<ConnectionContext>(ConnectionContext{limits, handler, workers, registry}));
     listener->context = contexts.back().get();
     BindAcceptor(listener->acceptor, host, port);
@@ -71,11 +78,13 @@ void WebServer::CheckAddressFree(const std::string& host, int port) {
 
 void WebServer::Start() {
     for (auto& listener : listeners) Accept(*listener);
-    for (std::size_t i = 0; i < limits.ioThreads; ++i) threads.emplace_back([this] { io.run(); });
+    for (auto& loop : loops) threads.emplace_back([&io = loop->io] { io.run(); });
 }
 
 void WebServer::Accept(Listener& listener) {
-    listener.acceptor.async_accept(net::make_strand(io), [this, &listener](boost::system::error_code error, tcp::socket socket) {
+    net::io_context& loop = loops[nextLoop]->io;
+    nextLoop = (nextLoop + 1) % loops.size();
+    listener.acceptor.async_accept(net::make_strand(loop), [this, &listener](boost::system::error_code error, tcp::socket socket) {
         if (error == net::error::operation_aborted || !listener.acceptor.is_open()) return;
         if (error) {
             // Out of descriptors, say: try again shortly instead of spinning.
@@ -103,7 +112,7 @@ void WebServer::Accept(Listener& listener) {
 void WebServer::Stop() {
     if (stopped.exchange(true)) return;
     for (auto& listener : listeners) {
-        net::post(io, [&listener] {
+        net::post(AcceptingLoop(), [&listener] {
             boost::system::error_code ignored;
             listener->acceptor.close(ignored);
             listener->retry.cancel();
@@ -113,8 +122,10 @@ void WebServer::Stop() {
     const auto until = std::chrono::steady_clock::now() + limits.stopGrace;
     while (connectionLimits.Open() > 0 && std::chrono::steady_clock::now() < until)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    work.reset();
-    io.stop();
+    for (auto& loop : loops) {
+        loop->work.reset();
+        loop->io.stop();
+    }
     for (auto& thread : threads)
         if (thread.joinable()) thread.join();
 }

@@ -41,15 +41,24 @@ private:
     struct Listener;
     void Accept(Listener& listener);
 
-    // In this order: the network threads' handlers, destroyed with `io`, hold connections that give
-    // their slots back; the workers post into `io` until they are joined.
+    // One event loop per network thread: a connection stays on the loop it was given at accept, so
+    // that its handlers never have to wake another network thread.
+    struct EventLoop {
+        boost::asio::io_context io{1};
+        // Keeps the thread running while no operation is pending (a request on a worker).
+        boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{io.get_executor()};
+    };
+    boost::asio::io_context& AcceptingLoop() { return loops.front()->io; }
+    static std::vector<std::unique_ptr<EventLoop>> MakeLoops(std::size_t count);
+
+    // In this order: the network threads' handlers, destroyed with the loops, hold connections that
+    // give their slots back; the workers post into the loops until they are joined.
     const ServerLimits limits;
     ConnectionLimits connectionLimits;
     ConnectionRegistry registry;
     std::vector<std::unique_ptr<ConnectionContext>> contexts;
-    boost::asio::io_context io;
-    // Keeps the network threads running while no operation is pending (a request on a worker).
-    boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{io.get_executor()};
+    std::vector<std::unique_ptr<EventLoop>> loops;
+    std::size_t nextLoop = 0; // the loop of the next connection; only the accepting loop's thread uses it
     WorkerPool workers;
     std::vector<std::unique_ptr<Listener>> listeners;
     std::vector<std::thread> threads;
