@@ -18,7 +18,7 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 get_target_property(kyrPlatformLibraries kyr_platform INTERFACE_LINK_LIBRARIES)
 install(TARGETS wbm-host RUNTIME DESTINATION ${kyrPrivateDir}/bin)
-install(TARGETS kyr_wbm_um ${kyrPlatformLibraries} LIBRARY DESTINATION ${kyrPrivateDir}/lib)
+install(TARGETS kyr_wbm_um kyr_directory_client ${kyrPlatformLibraries} LIBRARY DESTINATION ${kyrPrivateDir}/lib)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/web/ DESTINATION share/${KYR_PACKAGE_NAME}/web)
 # One command on the PATH for trying options by hand (the host finds its libraries through its real path).
 file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/packaging)

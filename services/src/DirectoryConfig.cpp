@@ -1,6 +1,6 @@
 #include "DirectoryConfig.h"
 
-#include <ldap.h>
+#include "DirectoryClient.h"
 
 #include <algorithm>
 #include <cctype>
@@ -50,12 +50,7 @@ public:
     throw Fault(code, text.str());
 }
 
-bool ValidDn(const std::string& dn) {
-    LDAPDN parsed = nullptr;
-    if (dn.empty() || ldap_str2dn(dn.c_str(), &parsed, LDAP_DN_FORMAT_LDAPV3) != LDAP_SUCCESS) return false;
-    ldap_dnfree(parsed);
-    return true;
-}
+bool ValidDn(const std::string& dn) { return !dn.empty() && LoadDirectoryClient().isValidDn(dn); }
 
 // A filter in parentheses whose parentheses balance (escaped ones are written \28 and \29).
 bool ValidFilter(const std::string& filter) {
@@ -180,15 +175,7 @@ private:
     int Line(const std::string& key) { return One(key) ? entries[key].front().line : 0; }
 
     std::string Server(const Entry& entry) {
-        LDAPURLDesc* url = nullptr;
-        bool valid = ldap_url_parse(entry.value.c_str(), &url) == LDAP_URL_SUCCESS;
-        if (valid) {
-            std::string scheme = url->lud_scheme ? url->lud_scheme : "";
-            valid = (scheme == "ldap" || scheme == "ldaps") && url->lud_host && *url->lud_host &&
-                    (!url->lud_dn || !*url->lud_dn) && !url->lud_attrs && !url->lud_filter && !url->lud_exts;
-        }
-        if (url) ldap_free_urldesc(url);
-        if (!valid)
+        if (!LoadDirectoryClient().isValidServerUri(entry.value))
             Refuse(E::LdapInvalidServerUri, entry.line, "server",
                    "'" + entry.value + "' is not ldap://host[:port] or ldaps://host[:port]");
         return entry.value;
@@ -269,6 +256,9 @@ std::pair<std::optional<DirectoryConfig>, std::optional<DirectoryConfigError>> P
     const std::string& text, const DirectoryConfigContext& context) {
     try {
         return {Parser(text, context).Build(), std::nullopt};
+    } catch (const DirectoryClientMissing& missing) {
+        // Names and addresses are checked by the directory client itself.
+        return {std::nullopt, DirectoryConfigError{E::NotSupported, missing.what()}};
     } catch (const Fault& fault) {
         return {std::nullopt, fault.error};
     }

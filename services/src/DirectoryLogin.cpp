@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "DirectoryConfigStore.h"
-#include "DirectoryConversation.h"
+#include "DirectoryClient.h"
 #include "Schema.h"
 
 namespace Kyr::PlatformServices {
@@ -11,6 +11,18 @@ namespace Kyr::PlatformServices {
 namespace {
 std::string TrustStoreFolder(const ServiceContext& context, const DirectoryConfig& config) {
     return config.trustStore.empty() ? std::string() : context.paths.trustStores + "/" + config.trustStore;
+}
+
+DirectoryOutcome Converse(const ServiceContext& context, const DirectoryConfig& config,
+                          const std::optional<DirectoryCredentials>& credentials) {
+    try {
+        return LoadDirectoryClient().converse(config, TrustStoreFolder(context, config), credentials);
+    } catch (const DirectoryClientMissing& missing) {
+        DirectoryOutcome outcome;
+        outcome.error = missing.what();
+        outcome.steps.push_back({"connect", false, missing.what()});
+        return outcome;
+    }
 }
 } // namespace
 
@@ -24,7 +36,7 @@ LoginCheck DirectoryLogin::Login(const std::string& userName, const std::string&
         Record(false, "", "The stored configuration is not usable: " + configError->text);
         return check;
     }
-    DirectoryOutcome outcome = Converse(*config, TrustStoreFolder(*context, *config), DirectoryCredentials{userName, password});
+    DirectoryOutcome outcome = Converse(*context, *config, DirectoryCredentials{userName, password});
     Record(outcome.reached, outcome.server, outcome.error);
     switch (outcome.verdict) {
     case DirectoryVerdict::Succeeded:
@@ -60,7 +72,7 @@ DirectoryTestResult DirectoryLogin::Test(const std::optional<std::string>& userN
     }
     std::optional<DirectoryCredentials> credentials;
     if (userName) credentials = DirectoryCredentials{*userName, password.value_or("")};
-    DirectoryOutcome outcome = Converse(*config, TrustStoreFolder(*context, *config), credentials);
+    DirectoryOutcome outcome = Converse(*context, *config, credentials);
     Record(outcome.reached, outcome.server, outcome.error);
     if (!outcome.error.empty()) LogError("Directory connection test failed: {0}", outcome.error);
     result.succeeded = outcome.verdict == DirectoryVerdict::Succeeded;

@@ -176,6 +176,22 @@ TEST_F(WebServerTest, ConcurrentLdapUploadsAllSucceed) {
     EXPECT_EQ(failures, 0);
 }
 
+bool MapsDirectoryClient(pid_t pid) {
+    const std::string maps = Kyr::Testing::ReadFileText("/proc/" + std::to_string(pid) + "/maps");
+    return maps.find("libldap") != std::string::npos || maps.find("Kyr.PlatformServices.Directory") != std::string::npos;
+}
+
+// A device that never uses directory login never carries the directory client in its memory.
+TEST_F(WebServerTest, TheDirectoryClientIsLoadedOnlyWhenFirstUsed) {
+    WebClient admin = Admin();
+    EXPECT_FALSE(MapsDirectoryClient(host->Pid()));
+    admin.Call("LdapDp/SetLdapConfiguration",
+               "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+               "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+               "group_role = Admin : cn=admins,dc=example,dc=test\n");
+    EXPECT_TRUE(MapsDirectoryClient(host->Pid())) << "distinguished names are checked by the directory client";
+}
+
 TEST(WebServerStartTest, AnAddressInUseIsRefusedBeforeAnythingIsMade) {
     TempDir temp;
     HostProcess first(temp.Path() / "first");
