@@ -4,7 +4,8 @@
 #include <boost/asio/post.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
-#include <boost/beast/ssl.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/error.hpp>
 
 #include <limits>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/SecurityHeaders.h"
+#include "net/LeanTlsStream.h"
 
 namespace Kyr::WbmHost {
 
@@ -25,10 +27,10 @@ using SteadyTime = std::chrono::steady_clock;
 
 namespace {
 
-using TlsStream = beast::ssl_stream<beast::tcp_stream>;
+using TlsStream = LeanTlsStream;
 
 beast::tcp_stream& Lowest(beast::tcp_stream& stream) { return stream; }
-beast::tcp_stream& Lowest(TlsStream& stream) { return beast::get_lowest_layer(stream); }
+beast::tcp_stream& Lowest(TlsStream& stream) { return stream.next_layer(); }
 constexpr bool IsSecure(const beast::tcp_stream*) { return false; }
 constexpr bool IsSecure(const TlsStream*) { return true; }
 
@@ -230,7 +232,7 @@ private:
                 closing = true;
                 // A TLS close notification, briefly; a client that does not answer it is not waited for.
                 Lowest(stream).expires_after(std::chrono::seconds(1));
-                stream.async_shutdown([self = this->shared_from_this()](beast::error_code) { self->CloseSocket(); });
+                stream.async_shutdown([self = this->shared_from_this()](beast::error_code, std::size_t) { self->CloseSocket(); });
                 return;
             }
         }
@@ -282,11 +284,11 @@ private:
     void OnFirstBytes() {
         const auto* first = static_cast<const unsigned char*>(buffer.data().data());
         if (first[0] != 0x16) return RefusePlainHttp(); // not a TLS handshake record
-        tlsStream.emplace(std::move(tcpStream), *tls);
-        tlsStream->async_handshake(net::ssl::stream_base::server, buffer.data(),
-                                   [self = shared_from_this()](beast::error_code error, std::size_t used) {
+        tlsStream.emplace(std::move(tcpStream), tls->native_handle());
+        tlsStream->async_handshake(buffer.data(),
+                                   [self = shared_from_this()](beast::error_code error, std::size_t) {
                                        if (error) return;
-                                       self->buffer.consume(used);
+                                       self->buffer.consume(self->buffer.size()); // the stream took them all
                                        auto session = std::make_shared<HttpSession<TlsStream>>(
                                            std::move(*self->tlsStream), std::move(self->buffer), std::move(self->slot),
                                            self->context, self->deadline, self->tls);
