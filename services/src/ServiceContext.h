@@ -12,6 +12,7 @@
 #include "DirectoryUsers.h"
 #include "Kyr/System/Commons/RscString.h"
 #include "PasswordHasher.h"
+#include "SecondFactorIndex.h"
 #include "Sqlite.h"
 
 namespace Kyr::PlatformServices {
@@ -29,6 +30,7 @@ struct DataPaths {
     std::string trustStores;
     std::string securityLog;
     std::string dummyHash; // the hash that unknown users' logins are checked against
+    std::string secondFactorKey; // the device key that the second factors' secrets are encrypted under
 };
 
 class ServiceContext {
@@ -46,6 +48,7 @@ public:
     const std::function<void()> restartRequest;
     std::mutex securityLogMutex;
     DirectoryUsers directoryUsers;
+    SecondFactorIndex secondFactorIndex;
 };
 
 } // namespace Kyr::PlatformServices
