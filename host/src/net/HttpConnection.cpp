@@ -119,8 +119,9 @@ private:
         if (error == http::error::header_limit || error == http::error::buffer_overflow)
             return Refuse(ErrorResponse(OversizedHeadStatus(), "", StatusText(OversizedHeadStatus())));
         if (error == beast::error::timeout) return Refuse(ErrorResponse(408, "", "Request head too slow"));
+        // The client went away (a client closing with unread data resets the connection): nothing to answer.
         if (error == http::error::end_of_stream || error == net::error::eof || error == net::error::operation_aborted ||
-            error == net::ssl::error::stream_truncated || stopping)
+            error == net::ssl::error::stream_truncated || error == net::error::connection_reset || stopping)
             return Close();
         if (error) return Refuse(ErrorResponse(400, "", StatusText(400)));
 
