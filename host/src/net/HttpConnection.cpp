@@ -15,7 +15,7 @@
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/SecurityHeaders.h"
-#include "net/LeanTlsStream.h"
+#include "net/ConnectionStream.h"
 
 namespace Kyr::WbmHost {
 
@@ -27,12 +27,7 @@ using SteadyTime = std::chrono::steady_clock;
 
 namespace {
 
-using TlsStream = LeanTlsStream;
-
-beast::tcp_stream& Lowest(beast::tcp_stream& stream) { return stream; }
-beast::tcp_stream& Lowest(TlsStream& stream) { return stream.next_layer(); }
-constexpr bool IsSecure(const beast::tcp_stream*) { return false; }
-constexpr bool IsSecure(const TlsStream*) { return true; }
+beast::tcp_stream& Lowest(ConnectionStream& stream) { return stream.next_layer(); }
 
 HttpResponse ErrorResponse(int status, const std::string& path, const std::string& text) {
     HttpResponse response;
@@ -51,10 +46,9 @@ std::size_t HeaderFieldBytes(const http::fields& fields) {
 }
 
 // The request loop of one connection over an established stream (plain, or TLS after its handshake).
-template <class Stream>
-class HttpSession final : public StoppableConnection, public std::enable_shared_from_this<HttpSession<Stream>> {
+class HttpSession final : public StoppableConnection, public std::enable_shared_from_this<HttpSession> {
 public:
-    HttpSession(Stream&& stream, beast::flat_buffer&& received, ConnectionSlot slot, ConnectionContext& context,
+    HttpSession(ConnectionStream&& stream, beast::flat_buffer&& received, ConnectionSlot slot, ConnectionContext& context,
                 SteadyTime::time_point firstDeadline, std::shared_ptr<void> streamContext = nullptr)
         : streamContext(std::move(streamContext)), stream(std::move(stream)), buffer(std::move(received)),
           slot(std::move(slot)), context(context), headDeadline(firstDeadline) {}
@@ -64,14 +58,14 @@ public:
     }
 
     void Start() {
-        registration = context.registry.Add(this->shared_from_this());
+        registration = context.registry.Add(shared_from_this());
         registered = true;
         if (context.registry.Stopping()) stopping = true;
         ReadNextRequest(true);
     }
 
     void Stop() override {
-        net::dispatch(Lowest(stream).get_executor(), [self = this->shared_from_this()] {
+        net::dispatch(Lowest(stream).get_executor(), [self = shared_from_this()] {
             self->stopping = true;
             if (self->waitingForRequest) Lowest(self->stream).socket().close();
         });
@@ -91,7 +85,7 @@ private:
         // Between requests: wait for the first byte of the next one (keep-alive), then the head's own time.
         waitingForRequest = true;
         Lowest(stream).expires_after(context.limits.keepAliveIdle);
-        stream.async_read_some(buffer.prepare(1024), [self = this->shared_from_this()](beast::error_code error, std::size_t bytes) {
+        stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
             self->waitingForRequest = false;
             if (error || self->stopping) return self->Close();
             self->buffer.commit(bytes);
@@ -102,7 +96,7 @@ private:
     void ReadHead(SteadyTime::time_point deadline) {
         waitingForRequest = buffer.size() == 0;
         Lowest(stream).expires_at(deadline);
-        http::async_read_header(stream, buffer, *parser, [self = this->shared_from_this()](beast::error_code error, std::size_t) {
+        http::async_read_header(stream, buffer, *parser, [self = shared_from_this()](beast::error_code error, std::size_t) {
             self->waitingForRequest = false;
             self->OnHead(error);
         });
@@ -130,7 +124,7 @@ private:
         request.method = std::string(head.method_string());
         request.target = std::string(head.target());
         request.remoteAddress = Address();
-        request.secure = IsSecure(&stream);
+        request.secure = stream.Secure();
         const std::size_t mark = request.target.find('?');
         if (mark != std::string::npos) request.query = request.target.substr(mark + 1);
         const bool pathValid = DecodePath(std::string_view(request.target).substr(0, mark), request.path);
@@ -158,7 +152,7 @@ private:
         Lowest(stream).expires_after(context.limits.bodyTime);
         if (EqualsIgnoringCase(request.Header("Expect"), "100-continue")) {
             static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
-            net::async_write(stream, net::buffer(goOn), [self = this->shared_from_this()](beast::error_code error, std::size_t) {
+            net::async_write(stream, net::buffer(goOn), [self = shared_from_this()](beast::error_code error, std::size_t) {
                 if (error) return self->Close();
                 self->ReadBody();
             });
@@ -168,7 +162,7 @@ private:
     }
 
     void ReadBody() {
-        http::async_read(stream, buffer, *parser, [self = this->shared_from_this()](beast::error_code bodyError, std::size_t) {
+        http::async_read(stream, buffer, *parser, [self = shared_from_this()](beast::error_code bodyError, std::size_t) {
             if (bodyError == beast::error::timeout) return self->Refuse(ErrorResponse(408, self->request.path, ErrorText::BodyTooSlow));
             if (bodyError) return self->Close();
             self->request.body = std::move(self->parser->get().body());
@@ -178,7 +172,7 @@ private:
 
     void Dispatch() {
         Lowest(stream).expires_never();
-        auto self = this->shared_from_this();
+        auto self = shared_from_this();
         const std::string method = request.method, path = request.path;
         if (context.handler.AnswersFromMemory(request)) {
             HttpResponse response;
@@ -211,7 +205,7 @@ private:
     void Write(HttpResponse response, const std::string& method, const std::string& path) {
         const bool close = response.closeConnection || !keepAlive || stopping;
         HttpServer::LogInfo("{0} {1} {2} {3}", Address(), OneLine(method, 16), OneLine(path, 256), response.status);
-        ApplySecurityHeaders(response, IsSecure(&stream));
+        ApplySecurityHeaders(response, stream.Secure());
         auto message = std::make_shared<http::response<http::string_body>>();
         message->version(11);
         message->result(static_cast<unsigned>(response.status));
@@ -221,19 +215,19 @@ private:
         message->prepare_payload();
         keepAlive = true;
         Lowest(stream).expires_after(context.limits.writeTime);
-        http::async_write(stream, *message, [self = this->shared_from_this(), message, close](beast::error_code error, std::size_t) {
+        http::async_write(stream, *message, [self = shared_from_this(), message, close](beast::error_code error, std::size_t) {
             if (error || close) return self->Close();
             self->ReadNextRequest(false);
         });
     }
 
     void Close() {
-        if constexpr (std::is_same_v<Stream, TlsStream>) {
+        if (stream.Secure()) {
             if (!closing && Lowest(stream).socket().is_open()) {
                 closing = true;
                 // A TLS close notification, briefly; a client that does not answer it is not waited for.
                 Lowest(stream).expires_after(std::chrono::seconds(1));
-                stream.async_shutdown([self = this->shared_from_this()](beast::error_code, std::size_t) { self->CloseSocket(); });
+                stream.async_shutdown([self = shared_from_this()](beast::error_code, std::size_t) { self->CloseSocket(); });
                 return;
             }
         }
@@ -247,7 +241,7 @@ private:
     }
 
     std::shared_ptr<void> streamContext; // what the stream refers to (the TLS context), kept while it lives
-    Stream stream;
+    ConnectionStream stream;
     beast::flat_buffer buffer;
     ConnectionSlot slot;
     ConnectionContext& context;
@@ -290,7 +284,7 @@ private:
                                    [self = shared_from_this()](beast::error_code error, std::size_t) {
                                        if (error) return;
                                        self->buffer.consume(self->buffer.size()); // the stream took them all
-                                       auto session = std::make_shared<HttpSession<TlsStream>>(
+                                       auto session = std::make_shared<HttpSession>(
                                            std::move(*self->tlsStream), std::move(self->buffer), std::move(self->slot),
                                            self->context, self->deadline, self->tls);
                                        session->Start();
@@ -310,7 +304,7 @@ private:
     }
 
     beast::tcp_stream tcpStream;
-    std::optional<TlsStream> tlsStream;
+    std::optional<ConnectionStream> tlsStream;
     beast::flat_buffer buffer;
     ConnectionSlot slot;
     std::shared_ptr<net::ssl::context> tls;
@@ -322,7 +316,7 @@ private:
 
 void StartPlainConnection(tcp::socket socket, ConnectionSlot slot, ConnectionContext& context) {
     const auto deadline = SteadyTime::now() + context.limits.headTime;
-    auto session = std::make_shared<HttpSession<beast::tcp_stream>>(beast::tcp_stream(std::move(socket)),
+    auto session = std::make_shared<HttpSession>(ConnectionStream(beast::tcp_stream(std::move(socket))),
                                                                      beast::flat_buffer(BufferLimit(context.limits)),
                                                                      std::move(slot), context, deadline);
     session->Start();

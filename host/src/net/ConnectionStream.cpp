@@ -1,0 +1,276 @@
+#include "net/ConnectionStream.h"
+
+#include <boost/asio/compose.hpp>
+#include <boost/asio/error.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/error.hpp>
+#include <boost/asio/write.hpp>
+
+#include <openssl/err.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace Kyr::WbmHost {
+
+namespace ConnectionTls {
+
+struct Channel {
+    explicit Channel(SSL_CTX* context);
+    ~Channel() { SSL_free(ssl); }
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+
+    SSL* ssl = nullptr;
+    std::vector<unsigned char> incoming; // received, not yet taken by OpenSSL (from `taken` on)
+    std::size_t taken = 0;
+    std::vector<unsigned char> outgoing; // written by OpenSSL, not yet sent
+
+    // Drops what OpenSSL took already, so that new bytes go after what it still needs.
+    void CompactIncoming() {
+        incoming.erase(incoming.begin(), incoming.begin() + static_cast<std::ptrdiff_t>(taken));
+        taken = 0;
+    }
+    // Frees both vectors when they hold nothing (after each operation).
+    void GiveBackIdleBuffers() {
+        if (taken == incoming.size()) {
+            std::vector<unsigned char>().swap(incoming);
+            taken = 0;
+        }
+        if (outgoing.empty()) std::vector<unsigned char>().swap(outgoing);
+    }
+};
+
+namespace {
+
+Channel& ChannelOf(BIO* bio) { return *static_cast<Channel*>(BIO_get_data(bio)); }
+
+int ReadFromChannel(BIO* bio, char* out, int size) {
+    BIO_clear_retry_flags(bio);
+    Channel& channel = ChannelOf(bio);
+    const std::size_t available = channel.incoming.size() - channel.taken;
+    if (available == 0) {
+        BIO_set_retry_read(bio); // OpenSSL answers "wants to read"; the operation reads from the socket
+        return -1;
+    }
+    const std::size_t count = std::min(available, static_cast<std::size_t>(size));
+    std::memcpy(out, channel.incoming.data() + channel.taken, count);
+    channel.taken += count;
+    return static_cast<int>(count);
+}
+
+int WriteToChannel(BIO* bio, const char* bytes, int size) {
+    BIO_clear_retry_flags(bio);
+    Channel& channel = ChannelOf(bio);
+    channel.outgoing.insert(channel.outgoing.end(), bytes, bytes + size);
+    return size;
+}
+
+long ControlChannel(BIO* bio, int command, long, void*) {
+    Channel& channel = ChannelOf(bio);
+    switch (command) {
+    case BIO_CTRL_FLUSH: return 1; // the operation sends after each call
+    case BIO_CTRL_PENDING: return static_cast<long>(channel.incoming.size() - channel.taken);
+    case BIO_CTRL_WPENDING: return static_cast<long>(channel.outgoing.size());
+    default: return 0;
+    }
+}
+
+// Made once, whoever comes first, and kept for the process's life.
+const BIO_METHOD* ChannelMethod() {
+    static BIO_METHOD* const method = [] {
+        BIO_METHOD* made = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "wbm-host TLS channel");
+        if (!made || !BIO_meth_set_read(made, ReadFromChannel) || !BIO_meth_set_write(made, WriteToChannel) ||
+            !BIO_meth_set_ctrl(made, ControlChannel))
+            throw std::bad_alloc();
+        return made;
+    }();
+    return method;
+}
+
+// The outcome of an OpenSSL call, read right after it (the error queue belongs to the thread).
+struct CallOutcome {
+    bool wantsToRead = false;
+    boost::system::error_code error; // set when the call failed for good (end of stream: eof)
+};
+
+CallOutcome OutcomeOf(SSL* ssl, int result) {
+    if (result > 0) return {};
+    switch (SSL_get_error(ssl, result)) {
+    case SSL_ERROR_WANT_READ: return {true, {}};
+    case SSL_ERROR_ZERO_RETURN: return {false, boost::asio::error::eof};
+    default: {
+        const unsigned long code = ERR_get_error();
+        if (code == 0) return {false, boost::asio::ssl::error::stream_truncated};
+        return {false, boost::system::error_code(static_cast<int>(code), boost::asio::error::get_ssl_category())};
+    }
+    }
+}
+
+enum class Kind { Handshake, Shutdown, Read, Write };
+
+// Runs one OpenSSL call until it succeeds or fails for good: sends what it wrote, reads what it needs.
+class Operation {
+public:
+    Operation(Channel& channel, boost::beast::tcp_stream& next, Kind kind, boost::asio::mutable_buffer into,
+              std::vector<unsigned char> record)
+        : channel(channel), next(next), kind(kind), into(into), record(std::move(record)) {}
+
+    template <class Self>
+    void operator()(Self& self) {
+        Attempt(self);
+    }
+
+    template <class Self>
+    void operator()(Self& self, boost::system::error_code error, std::size_t bytes) {
+        if (error) return Finish(self, error);
+        if (state == State::Sending) {
+            channel.outgoing.clear();
+            return AfterSending(self);
+        }
+        // Reading: keep what came, and try the call again.
+        channel.incoming.resize(channel.incoming.size() - readRoom + bytes);
+        readRoom = 0;
+        Attempt(self);
+    }
+
+private:
+    enum class State { Calling, Sending, Reading };
+
+    int Call() {
+        switch (kind) {
+        case Kind::Handshake: return SSL_do_handshake(channel.ssl);
+        case Kind::Shutdown: return SSL_shutdown(channel.ssl) < 0 ? -1 : 1;
+        case Kind::Read: return SSL_read_ex(channel.ssl, into.data(), into.size(), &transferred);
+        case Kind::Write: return record.empty() ? 1 : SSL_write_ex(channel.ssl, record.data(), record.size(), &transferred);
+        }
+        return -1;
+    }
+
+    template <class Self>
+    void Attempt(Self& self) {
+        state = State::Calling;
+        ERR_clear_error();
+        outcome = OutcomeOf(channel.ssl, Call());
+        if (!channel.outgoing.empty()) {
+            state = State::Sending;
+            return boost::asio::async_write(next, boost::asio::buffer(channel.outgoing), std::move(self));
+        }
+        AfterSending(self);
+    }
+
+    template <class Self>
+    void AfterSending(Self& self) {
+        if (outcome.wantsToRead) return Read(self);
+        Finish(self, outcome.error);
+    }
+
+    template <class Self>
+    void Read(Self& self) {
+        state = State::Reading;
+        channel.CompactIncoming();
+        // A small first read, so that a connection waiting for its next request holds little; the rest
+        // of a record then comes in large pieces.
+        readRoom = firstRead ? 1024 : 17 * 1024;
+        firstRead = false;
+        const std::size_t at = channel.incoming.size();
+        channel.incoming.resize(at + readRoom);
+        next.async_read_some(boost::asio::buffer(channel.incoming.data() + at, readRoom), std::move(self));
+    }
+
+    template <class Self>
+    void Finish(Self& self, boost::system::error_code error) {
+        channel.incoming.resize(channel.incoming.size() - readRoom);
+        readRoom = 0;
+        channel.GiveBackIdleBuffers();
+        self.complete(error, error ? 0 : transferred);
+    }
+
+    Channel& channel;
+    boost::beast::tcp_stream& next;
+    Kind kind;
+    boost::asio::mutable_buffer into;  // Read
+    std::vector<unsigned char> record; // Write: the pieces gathered into one record
+    State state = State::Calling;
+    std::size_t transferred = 0;
+    std::size_t readRoom = 0; // room added to `incoming` for the read under way
+    bool firstRead = true;
+    CallOutcome outcome;
+};
+
+// A type-erased handler bound to the connection's executor, which is where it runs anyway: Boost
+// 1.81's operations cannot post to the executor that type erasure alone would give it.
+auto Bound(boost::beast::tcp_stream& next, ConnectionStream::Done done) {
+    return boost::asio::bind_executor(next.get_executor(), std::move(done));
+}
+
+void Run(Channel& channel, boost::beast::tcp_stream& next, Kind kind, boost::asio::mutable_buffer into,
+         std::vector<unsigned char> record, ConnectionStream::Done done) {
+    auto handler = Bound(next, std::move(done));
+    boost::asio::async_compose<decltype(handler), ConnectionStream::Signature>(
+        Operation(channel, next, kind, into, std::move(record)), handler, next);
+}
+
+} // namespace
+
+Channel::Channel(SSL_CTX* context) {
+    ssl = SSL_new(context);
+    BIO* bio = ssl ? BIO_new(ChannelMethod()) : nullptr;
+    if (!bio) {
+        SSL_free(ssl);
+        throw std::bad_alloc();
+    }
+    BIO_set_data(bio, this);
+    BIO_set_init(bio, 1);
+    SSL_set_bio(ssl, bio, bio); // one BIO both ways; the SSL owns it
+    SSL_set_accept_state(ssl);
+}
+
+} // namespace ConnectionTls
+
+ConnectionStream::ConnectionStream(boost::beast::tcp_stream&& next) : nextLayer(std::move(next)) {}
+
+ConnectionStream::ConnectionStream(boost::beast::tcp_stream&& next, SSL_CTX* tls)
+    : nextLayer(std::move(next)), channel(std::make_unique<ConnectionTls::Channel>(tls)) {}
+
+ConnectionStream::ConnectionStream(ConnectionStream&&) noexcept = default;
+ConnectionStream::~ConnectionStream() = default;
+
+namespace {
+void CompleteAtOnce(ConnectionStream& stream, ConnectionStream::Done done) {
+    boost::asio::post(stream.get_executor(), [done = std::move(done)]() mutable { std::move(done)(boost::system::error_code(), 0); });
+}
+} // namespace
+
+void ConnectionStream::StartHandshake(boost::asio::const_buffer received, Done done) {
+    if (!channel) return CompleteAtOnce(*this, std::move(done));
+    const auto* bytes = static_cast<const unsigned char*>(received.data());
+    channel->incoming.insert(channel->incoming.end(), bytes, bytes + received.size());
+    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Handshake, {}, {}, std::move(done));
+}
+
+void ConnectionStream::StartShutdown(Done done) {
+    if (!channel) return CompleteAtOnce(*this, std::move(done));
+    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Shutdown, {}, {}, std::move(done));
+}
+
+void ConnectionStream::StartRead(boost::asio::mutable_buffer into, Done done) {
+    if (!channel) return nextLayer.async_read_some(into, ConnectionTls::Bound(nextLayer, std::move(done)));
+    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Read, into, {}, std::move(done));
+}
+
+void ConnectionStream::StartWrite(std::vector<boost::asio::const_buffer> pieces, Done done) {
+    if (!channel) return nextLayer.async_write_some(pieces, ConnectionTls::Bound(nextLayer, std::move(done)));
+    // The pieces of an answer (its head comes in many) go out as one record of at most 16 KiB.
+    std::vector<unsigned char> record;
+    for (const boost::asio::const_buffer& piece : pieces) {
+        const auto* bytes = static_cast<const unsigned char*>(piece.data());
+        const std::size_t count = std::min(piece.size(), 16 * 1024 - record.size());
+        record.insert(record.end(), bytes, bytes + count);
+        if (record.size() == 16 * 1024) break;
+    }
+    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Write, {}, std::move(record), std::move(done));
+}
+
+} // namespace Kyr::WbmHost
