@@ -19,6 +19,8 @@ if(KYR_BUILD_HOST)
   # The second factor: one-time codes (liboath) and their QR codes for authenticator apps (libqrencode).
   pkg_check_modules(OATH REQUIRED IMPORTED_TARGET liboath)
   pkg_check_modules(QRENCODE REQUIRED IMPORTED_TARGET libqrencode)
+  # The installed pages are gzip-compressed; zlib inflates them for clients that do not take gzip.
+  find_package(ZLIB REQUIRED)
 endif()
 if(KYR_BUILD_TESTS)
   find_package(GTest CONFIG REQUIRED)

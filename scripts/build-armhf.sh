@@ -35,7 +35,7 @@ native="$(dpkg --print-architecture)"
 host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user
   rsyslog rsyslog-openssl openssl)
 target_packages=(
-  libfmt-dev libboost1.81-dev libexpat1-dev
+  libfmt-dev libboost1.81-dev libexpat1-dev zlib1g-dev
   libsqlite3-dev libsodium-dev libssl-dev libldap-dev liboath-dev libqrencode-dev
   libgtest-dev libgmock-dev
 )

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   cmake g++ make pkg-config ccache
-  rapidjson-dev libfmt-dev libboost1.81-dev libexpat1-dev
+  rapidjson-dev libfmt-dev libboost1.81-dev libexpat1-dev zlib1g-dev
   libsqlite3-dev libsodium-dev libssl-dev libldap-dev liboath-dev libqrencode-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates

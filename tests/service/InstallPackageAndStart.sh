@@ -85,8 +85,14 @@ for _ in $(seq 1 300); do
   sleep 0.1
 done
 [ -n "$address" ] || { cat "$work/host.log" >&2; fail "the host did not start listening"; }
-# The pages come from the installed web root, the answer from the installed module.
+# The pages come from the installed web root, installed compressed: sent so to a client that takes
+# gzip, inflated to one that does not.
+installed="$root/usr/share/wbm-host/web/login.html.gz"
+[ -f "$installed" ] && [ ! -e "${installed%.gz}" ] || fail "login.html is not installed compressed"
 status="$(curl -sk -o "$work/login.html" -w '%{http_code}' "$address/login.html")"
 [ "$status" = 200 ] || fail "GET /login.html answered $status"
-cmp -s "$work/login.html" "$root/usr/share/wbm-host/web/login.html" || fail "login.html is not the installed page"
+gunzip -c "$installed" | cmp -s - "$work/login.html" || fail "login.html is not the installed page, inflated"
+curl -sk -D "$work/headers" -o "$work/login.html.gz" -H 'Accept-Encoding: gzip' "$address/login.html"
+grep -qi '^content-encoding: gzip' "$work/headers" || fail "login.html was not sent compressed to a client taking gzip"
+cmp -s "$installed" "$work/login.html.gz" || fail "the compressed login.html is not the installed one"
 echo "Installed host answered on $address"

@@ -39,8 +39,8 @@ Kyr::String ContentTypeOf(const Kyr::String& path) {
     return type == types.end() ? "application/octet-stream" : type->second;
 }
 
-std::optional<StaticFile> ReadStaticFile(const Kyr::String& webRoot, const Kyr::String& urlPath) {
-    if (!SafeRelativePath(urlPath)) return std::nullopt;
+namespace {
+std::optional<StaticFile> ReadOneFile(const Kyr::String& webRoot, const Kyr::String& urlPath) {
     std::error_code error;
     const fs::path root = fs::canonical(webRoot, error);
     if (error) return std::nullopt;
@@ -56,7 +56,18 @@ std::optional<StaticFile> ReadStaticFile(const Kyr::String& webRoot, const Kyr::
     if (!stream) return std::nullopt;
     std::ostringstream content;
     content << stream.rdbuf();
-    return StaticFile{content.str(), ContentTypeOf(file.string())};
+    return StaticFile{content.str(), ContentTypeOf(file.string()), false};
+}
+} // namespace
+
+std::optional<StaticFile> ReadStaticFile(const Kyr::String& webRoot, const Kyr::String& urlPath) {
+    if (!SafeRelativePath(urlPath)) return std::nullopt;
+    if (auto plain = ReadOneFile(webRoot, urlPath)) return plain;
+    auto compressed = ReadOneFile(webRoot, urlPath + ".gz");
+    if (!compressed) return std::nullopt;
+    compressed->contentType = ContentTypeOf(urlPath);
+    compressed->gzipped = true;
+    return compressed;
 }
 
 } // namespace Kyr::WbmHost
