@@ -12,15 +12,16 @@ set(kyrOldRoomTest "stackTop_ + sizeof(T) * count > stackEnd_")
 set(kyrOldRoomAssert "RAPIDJSON_ASSERT(stackTop_ + sizeof(T) * count <= stackEnd_);")
 string(FIND "${kyrStackText}" "${kyrOldRoomTest}" kyrOldRoomTestAt)
 if(kyrOldRoomTestAt GREATER_EQUAL 0)
+  # Written only when changed, so that configuring again does not rebuild everything using RapidJSON.
   set(kyrPatchedDir ${CMAKE_BINARY_DIR}/patched-rapidjson)
-  file(REMOVE_RECURSE ${kyrPatchedDir})
-  file(COPY ${KYR_RAPIDJSON_INCLUDE_DIR}/rapidjson DESTINATION ${kyrPatchedDir})
+  file(COPY ${KYR_RAPIDJSON_INCLUDE_DIR}/rapidjson DESTINATION ${kyrPatchedDir} PATTERN stack.h EXCLUDE)
   string(REPLACE "${kyrOldRoomTest}" "sizeof(T) * count > static_cast<size_t>(stackEnd_ - stackTop_)"
          kyrStackText "${kyrStackText}")
   string(REPLACE "${kyrOldRoomAssert}"
          "RAPIDJSON_ASSERT(sizeof(T) * count <= static_cast<size_t>(stackEnd_ - stackTop_));"
          kyrStackText "${kyrStackText}")
-  file(WRITE ${kyrPatchedDir}/rapidjson/internal/stack.h "${kyrStackText}")
+  file(WRITE ${CMAKE_BINARY_DIR}/patched-rapidjson-stack.h "${kyrStackText}")
+  file(COPY_FILE ${CMAKE_BINARY_DIR}/patched-rapidjson-stack.h ${kyrPatchedDir}/rapidjson/internal/stack.h ONLY_IF_DIFFERENT)
   # Searched before the system folder, which holds the unchanged headers.
   set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_INCLUDE_DIRECTORIES ${kyrPatchedDir})
   message(STATUS "RapidJSON: internal stack room test rewritten (${kyrPatchedDir})")
