@@ -14,6 +14,9 @@ TEST(LogTextTest, PasswordValuesAreHidden) {
         {R"({"newPassword":"unterminated)", R"({"newPassword":"***")"},
         {"no passwords here; password alone", "no passwords here; password alone"},
         {"passwor", "passwor"},
+        // A form value running over a JSON member's name hides that member's value too.
+        {R"(password=w{"x,"password": "Secret" "user")", R"(password=*** "***" "user")"},
+        {R"({"password":"a password=b c"} newPassword=d)", R"({"password":"***"} newPassword=***)"},
     };
     for (const auto& item : cases) EXPECT_EQ(RedactPasswords(item.text), item.logged) << item.text;
     // Long texts are handled in one pass (a recursive matcher would run out of stack).
