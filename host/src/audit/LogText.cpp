@@ -8,24 +8,29 @@
 
 namespace Kyr::WbmHost {
 
+namespace {
+// How one byte shows in a log line.
+Kyr::String Printable(unsigned char c) {
+    switch (c) {
+    case '\n': return "\\n";
+    case '\r': return "\\r";
+    case '\t': return "\\t";
+    default: return c < 0x20 || c == 0x7f ? fmt::format("\\x{:02x}", c) : Kyr::String(1, static_cast<char>(c));
+    }
+}
+} // namespace
+
+// An escape that would not fit in `maxLength` any more is left out with the rest.
 Kyr::String OneLine(const Kyr::String& text, std::size_t maxLength) {
     Kyr::String line;
     line.reserve(std::min(text.size(), maxLength) + 8);
     for (unsigned char c : text) {
-        if (line.size() >= maxLength) {
+        const Kyr::String shown = Printable(c);
+        if (line.size() + shown.size() > maxLength) {
             line += "...";
             break;
         }
-        switch (c) {
-        case '\n': line += "\\n"; break;
-        case '\r': line += "\\r"; break;
-        case '\t': line += "\\t"; break;
-        default:
-            if (c < 0x20 || c == 0x7f)
-                line += fmt::format("\\x{:02x}", c);
-            else
-                line += static_cast<char>(c);
-        }
+        line += shown;
     }
     return line;
 }

@@ -23,6 +23,8 @@ TEST(LogTextTest, PasswordValuesAreHidden) {
     const Kyr::String longValue = "{\"password\":\"" + Kyr::String(1 << 20, '\\');
     EXPECT_EQ(RedactPasswords(longValue), "{\"password\":\"***\"");
     EXPECT_EQ(OneLine("a\nb\x01" + Kyr::String(10, 'c'), 10), "a\\nb\\x01cc...");
+    // An escape that would pass the limit is cut with the rest.
+    EXPECT_EQ(OneLine("abcdefghi\x01xyz", 10), "abcdefghi...");
 }
 
 } // namespace
