@@ -25,8 +25,11 @@ void ExpectOneLine(const std::string& line, std::size_t maxLength) {
         if (c < 0x20 || c == 0x7f) std::abort();
 }
 
-void ExpectRedacted(const std::string& text) {
-    if (RedactPasswords(text).find(passwordMarker) != std::string::npos) std::abort();
+// `text` followed by a password field whose value is the marker (texts holding the marker
+// themselves say nothing).
+void ExpectRedacted(const std::string& text, const std::string& field) {
+    if (text.find(passwordMarker) != std::string::npos) return;
+    if (RedactPasswords(text + field).find(passwordMarker) != std::string::npos) std::abort();
 }
 
 } // namespace
@@ -44,10 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
     case 2:
         ExpectOneLine(OneLine(text, 256), 256);
-        ExpectRedacted(text + "&newPassword=" + passwordMarker);
-        ExpectRedacted(text + ",\"password\": \"" + passwordMarker + "\"");
+        ExpectRedacted(text, std::string("&newPassword=") + passwordMarker);
+        ExpectRedacted(text, std::string(",\"password\": \"") + passwordMarker + "\"");
         break;
     case 3: {
+        if (text.find(sessionId) != std::string::npos) break;
         const std::string detail = Audit::MaskAuditDetail(text + sessionId + text, {sessionId}, 1024);
         if (detail.find(sessionId) != std::string::npos || detail.find('\n') != std::string::npos) std::abort();
         break;
