@@ -104,7 +104,7 @@ constexpr std::size_t maxSearchedBytes = 1024;
 // The work is bounded whatever the body's length: the keys are located first in one linear pass
 // (LocateFormValues finds the expression's own groups); the expression then searches only from
 // there, and only when the rest is short enough for values that fit their fields. Longer values are
-// taken as located, for the function to refuse them by its usual checks.
+// taken as located (they are the same groups) and checked by the function as usual.
 std::optional<std::vector<String>> SearchForm(const UmHandler::WbmRequest& request, const boost::regex& expression,
                                               const std::vector<String>& keys, const char* reportedFunction) {
     const String text = RequestText(request);
