@@ -8,6 +8,7 @@ find_package(EXPAT REQUIRED)
 pkg_check_modules(RAPIDJSON REQUIRED IMPORTED_TARGET RapidJSON)
 set_property(TARGET PkgConfig::RAPIDJSON APPEND PROPERTY INTERFACE_COMPILE_OPTIONS
   "SHELL:-include ${CMAKE_CURRENT_LIST_DIR}/RapidJsonAlignment.h")
+include(${CMAKE_CURRENT_LIST_DIR}/PatchedRapidJson.cmake)
 if(KYR_BUILD_HOST)
   pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)

@@ -11,7 +11,7 @@ add_link_options(LINKER:--gc-sections LINKER:--as-needed)
 # Link-time optimisation on optimised builds without sanitizers: it removes code across object files
 # that the section garbage collection cannot see as unused.
 option(KYR_LTO "Link-time optimisation in optimised builds" ON)
-if(KYR_LTO AND NOT KYR_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
+if(KYR_LTO AND NOT KYR_SANITIZE AND NOT KYR_FUZZ AND NOT KYR_TSAN AND CMAKE_BUILD_TYPE MATCHES "^(Release|MinSizeRel)$")
   include(CheckIPOSupported)
   check_ipo_supported(RESULT kyrLtoSupported OUTPUT kyrLtoMessage LANGUAGES CXX)
   if(kyrLtoSupported)

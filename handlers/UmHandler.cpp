@@ -14,6 +14,7 @@
 #include "Kyr/System/Commons/Validation/Rules.h"
 #include "config/JsonHelper.h"
 #include "config/UserManagementConfig.h"
+#include "handlers/FormValues.h"
 #include "notifications/SecurityNotifications.h"
 
 namespace Kyr::Services::Modules::Wbm::Um::Internal {
@@ -67,7 +68,8 @@ void UmHandler::SubscribeServices() { SubscribeBaseServices(); }
 
 // ---- User administration ----------------------------------------------------------------------
 // Form bodies are searched (not matched) with one expression per function, compiled once; groups
-// are greedy and values are taken as sent, without URL decoding.
+// are greedy and values are taken as sent, without URL decoding. Each expression's keys are listed
+// beside it for the linear pre-search that bounds the work (SearchForm).
 
 namespace {
 
@@ -92,22 +94,37 @@ String LastErrorText(Kyr::System::Um::Services::IUserManagementService& service)
     return service.GetLastErrorText().ToString();
 }
 
-// The groups of the first place where `expression` matches in the request text. Without one, the
-// request is reported as invalid under `reportedFunction` and nothing is returned. A search that
-// gives up on its complexity bound (adversarial bodies) counts as no match instead of escaping.
+// Values that fit their service fields (a user name of at most 63 bytes, passwords of at most 127)
+// stand, with their keys, well within this many bytes from where the first key stands.
+constexpr std::size_t maxSearchedBytes = 1024;
+
+// The groups of the first place where `expression` (made of `keys`, each followed by a greedy
+// "(.+)") matches in the request text. Without one, the request is reported as invalid under
+// `reportedFunction` and nothing is returned.
+// The work is bounded whatever the body's length: the keys are located first in one linear pass
+// (LocateFormValues finds the expression's own groups); the expression then searches only from
+// there, and only when the rest is short enough for values that fit their fields. Longer values are
+// taken as located (they are the same groups) and checked by the function as usual.
 std::optional<std::vector<String>> SearchForm(const UmHandler::WbmRequest& request, const boost::regex& expression,
-                                              const char* reportedFunction) {
+                                              const std::vector<String>& keys, const char* reportedFunction) {
     const String text = RequestText(request);
-    boost::smatch match;
-    bool found = false;
-    try {
-        found = boost::regex_search(text, match, expression);
-    } catch (const std::runtime_error&) {
-        // Boost gave up on its complexity or memory bound: no match.
-    }
-    if (!found) {
-        ReportInvalidRequest(RequestText(request), reportedFunction);
+    std::optional<FormValues> located = LocateFormValues(text, keys);
+    if (!located) {
+        ReportInvalidRequest(text, reportedFunction);
         return std::nullopt;
+    }
+    if (text.size() - located->start > maxSearchedBytes) return std::move(located->values);
+
+    const String searched = text.substr(located->start);
+    boost::smatch match;
+    try {
+        if (!boost::regex_search(searched, match, expression)) {
+            ReportInvalidRequest(text, reportedFunction);
+            return std::nullopt;
+        }
+    } catch (const std::runtime_error&) {
+        // Boost's own complexity or memory bound; out of reach for a text this short.
+        return std::move(located->values);
     }
     std::vector<String> groups;
     for (std::size_t i = 1; i < match.size(); ++i) groups.push_back(match.str(i));
@@ -160,9 +177,10 @@ UmHandler::WbmResponse UmHandler::IsAuthenticationDeactivatable(const WbmRequest
 
 UmHandler::WbmResponse UmHandler::AddUser(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)(?:&password=)(.+)(?:&confirmPassword=)(.+)");
+    static const std::vector<String> keys = {"username=", "&password=", "&confirmPassword="};
     String errorText;
     // Reported under the password function's name on purpose; monitoring relies on it.
-    const auto form = SearchForm(request, expression, "SetUserPassword");
+    const auto form = SearchForm(request, expression, keys, "SetUserPassword");
     if (!form) {
         errorText = invalidRequestText;
     } else if (!ValidateUserName(form->at(0))) {
@@ -181,9 +199,10 @@ UmHandler::WbmResponse UmHandler::AddUser(const WbmRequest& request) const {
 
 UmHandler::WbmResponse UmHandler::RemoveUser(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)");
+    static const std::vector<String> keys = {"username="};
     String errorText;
     // Reported under the password function's name on purpose; monitoring relies on it.
-    const auto form = SearchForm(request, expression, "SetUserPassword");
+    const auto form = SearchForm(request, expression, keys, "SetUserPassword");
     if (!form) {
         errorText = invalidRequestText;
     } else {
@@ -202,8 +221,9 @@ UmHandler::WbmResponse UmHandler::RestartSystem(const WbmRequest& /*request*/) c
 
 UmHandler::WbmResponse UmHandler::SetUserPassword(const WbmRequest& request) const {
     static const boost::regex expression("(?:username=)(.+)(?:&newPassword=)(.+)(?:&confirmNewPassword=)(.+)");
+    static const std::vector<String> keys = {"username=", "&newPassword=", "&confirmNewPassword="};
     String errorText;
-    const auto form = SearchForm(request, expression, "SetUserPassword");
+    const auto form = SearchForm(request, expression, keys, "SetUserPassword");
     if (!form) {
         errorText = invalidRequestText;
     } else if (form->at(1) != form->at(2)) {
@@ -239,8 +259,9 @@ UmHandler::WbmResponse UmHandler::ModifyUserConfig(const WbmRequest& request) co
 UmHandler::WbmResponse UmHandler::SetAuthenticationRequiredState(const WbmRequest& request) const {
     // The key's spelling is what clients send.
     static const boost::regex expression("(?:userAthenticationEnabled=)(.+)");
+    static const std::vector<String> keys = {"userAthenticationEnabled="};
     String errorText;
-    const auto form = SearchForm(request, expression, "SetAuthenticationRequiredState");
+    const auto form = SearchForm(request, expression, keys, "SetAuthenticationRequiredState");
     if (!form) {
         errorText = invalidRequestText;
     } else {

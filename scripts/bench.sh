@@ -5,7 +5,8 @@
 #   scripts/bench.sh audit [ARGS]    what a caller pays for an audit record, whatever the collector does
 #   scripts/bench.sh web [ARGS]      the web server only: wbm-host against a minimal Beast server
 #                                    (ARGS go to web_benchmark, e.g. --seconds 3)
-# The user list must scale linearly with the number of users: the module report's "BigO" line says
+# The user list must scale linearly with the number of users, and the search of a form body with its
+# length (bodies made for a backtracking search, up to 64 KiB): the module report's "BigO" lines say
 # which complexity fits best. The web benchmark prints its goals and whether each was met; it exits
 # with 3 when one was missed. They only measure; speed is never checked by the tests.
 set -euo pipefail

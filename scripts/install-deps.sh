@@ -17,8 +17,15 @@ packages=(
   # A QR reader reads back the QR codes that the host draws for authenticator apps.
   zbar-tools
 )
-# Extra packages named on the command line (e.g. the browser tests' chromium).
-packages+=("$@")
+# Extra packages named on the command line (e.g. the browser tests' chromium); --sanitizers adds
+# what the presets fuzz and tsan need: Clang with its sanitizer and libFuzzer runtimes, and the
+# symbolizer for readable reports.
+for argument in "$@"; do
+  case "$argument" in
+    --sanitizers) packages+=(clang-14 libclang-rt-14-dev llvm-14) ;;
+    *) packages+=("$argument") ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

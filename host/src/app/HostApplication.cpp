@@ -141,7 +141,14 @@ bool HostApplication::WaitForStopOrRestart() {
 }
 
 void HostApplication::ReloadCertificate() {
-    if (!tls) return HostLifecycle::LogInfo("SIGHUP ignored: the host serves plain HTTP");
+    // Runs on the signal thread, which may get a SIGHUP while Run() is still starting: the context
+    // is read under the lock it is set under.
+    TlsContext* tls = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        tls = tlsContext.get();
+    }
+    if (!tls) return HostLifecycle::LogInfo("SIGHUP ignored: the host serves plain HTTP (or has not started TLS yet)");
     std::string error;
     if (tls->Reload(error))
         HostLifecycle::LogInfo("TLS certificate {0} loaded again", tls->CertificateFile());
@@ -152,7 +159,9 @@ void HostApplication::ReloadCertificate() {
 void HostApplication::StartTls() {
     CertificateFiles files{options.tlsCertificate, options.tlsKey};
     if (files.certificate.empty()) files = EnsureDeviceCertificate(options.dataDirectory, DeviceNames(options.listenHost));
-    tls = std::make_unique<TlsContext>(files.certificate, files.key);
+    auto context = std::make_unique<TlsContext>(files.certificate, files.key);
+    std::lock_guard<std::mutex> lock(mutex);
+    tlsContext = std::move(context);
 }
 
 int HostApplication::Run() {
@@ -204,7 +213,7 @@ int HostApplication::Run() {
         for (bool first = true;; first = false) {
             auto module = LoadedModule::Load(options.modulePath, "Um", platform.appDomain, moduleInfo, registry);
             WebServer server(limits);
-            port = ListenWithRetries(server, options, port, handler, tls.get(), first ? 1 : 50);
+            port = ListenWithRetries(server, options, port, handler, tlsContext.get(), first ? 1 : 50);
             if (redirectPort >= 0) {
                 if (!redirect) redirect = std::make_unique<HttpsRedirectHandler>(options.listenHost, port);
                 redirectPort = ListenWithRetries(server, options, redirectPort, *redirect, nullptr, first ? 1 : 50);
@@ -216,8 +225,8 @@ int HostApplication::Run() {
                 if (redirectPort >= 0)
                     PrintLine("Redirecting http://" + ShownHost(options.listenHost) + ":" + std::to_string(redirectPort) + " to HTTPS");
                 // The address comes last: scripts and tests read up to it.
-                if (tls) PrintLine("Certificate SHA-256 fingerprint: " + CertificateFingerprint(tls->CertificateFile()));
-                PrintLine(Kyr::String("Listening on ") + (tls ? "https://" : "http://") + ShownHost(options.listenHost) + ":" +
+                if (tlsContext) PrintLine("Certificate SHA-256 fingerprint: " + CertificateFingerprint(tlsContext->CertificateFile()));
+                PrintLine(Kyr::String("Listening on ") + (tlsContext ? "https://" : "http://") + ShownHost(options.listenHost) + ":" +
                           std::to_string(port));
             }
             if (first) NotifyServiceManager("READY=1");

@@ -35,7 +35,7 @@ private:
     std::condition_variable wake;
     bool stopRequested = false;
     bool restartRequested = false;
-    std::unique_ptr<TlsContext> tls;
+    std::unique_ptr<TlsContext> tlsContext; // set once at start (under `mutex`: the signal thread reads it)
 };
 
 } // namespace Kyr::WbmHost

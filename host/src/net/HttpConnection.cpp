@@ -16,6 +16,7 @@
 #include "http/JsonBodies.h"
 #include "http/SecurityHeaders.h"
 #include "net/ConnectionStream.h"
+#include "net/RequestHead.h"
 
 namespace Kyr::WbmHost {
 
@@ -28,22 +29,6 @@ using SteadyTime = std::chrono::steady_clock;
 namespace {
 
 beast::tcp_stream& Lowest(ConnectionStream& stream) { return stream.next_layer(); }
-
-HttpResponse ErrorResponse(int status, const std::string& path, const std::string& text) {
-    HttpResponse response;
-    response.status = status;
-    if (path.rfind("/api/", 0) == 0)
-        response.SetContent(ErrorBody(text), JsonContentType);
-    else
-        response.SetContent(HtmlErrorPage(text), HtmlContentType);
-    return response;
-}
-
-std::size_t HeaderFieldBytes(const http::fields& fields) {
-    std::size_t total = 0;
-    for (const auto& field : fields) total += field.name_string().size() + field.value().size() + 4;
-    return total;
-}
 
 // The request loop of one connection over an established stream (plain, or TLS after its handshake).
 class HttpSession final : public StoppableConnection, public std::enable_shared_from_this<HttpSession> {
@@ -102,16 +87,12 @@ private:
         });
     }
 
-    // Which limit a head broke that was too long to parse: the start line (414) or the headers (431).
-    int OversizedHeadStatus() const {
-        const std::string_view received(static_cast<const char*>(buffer.data().data()), buffer.size());
-        const std::size_t lineEnd = received.find("\r\n");
-        return lineEnd == std::string_view::npos || lineEnd > context.limits.targetBytes + 32 ? 414 : 431;
-    }
-
     void OnHead(beast::error_code error) {
-        if (error == http::error::header_limit || error == http::error::buffer_overflow)
-            return Refuse(ErrorResponse(OversizedHeadStatus(), "", StatusText(OversizedHeadStatus())));
+        if (error == http::error::header_limit || error == http::error::buffer_overflow) {
+            const int status = OversizedHeadStatus(
+                std::string_view(static_cast<const char*>(buffer.data().data()), buffer.size()), context.limits);
+            return Refuse(ErrorResponse(status, "", StatusText(status)));
+        }
         if (error == beast::error::timeout) return Refuse(ErrorResponse(408, "", "Request head too slow"));
         // The client went away (a client closing with unread data resets the connection): nothing to answer.
         if (error == http::error::end_of_stream || error == net::error::eof || error == net::error::operation_aborted ||
@@ -119,33 +100,13 @@ private:
             return Close();
         if (error) return Refuse(ErrorResponse(400, "", StatusText(400)));
 
-        const auto& head = parser->get();
         request = HttpRequest{};
-        request.method = std::string(head.method_string());
-        request.target = std::string(head.target());
         request.remoteAddress = Address();
         request.secure = stream.Secure();
-        const std::size_t mark = request.target.find('?');
-        if (mark != std::string::npos) request.query = request.target.substr(mark + 1);
-        const bool pathValid = DecodePath(std::string_view(request.target).substr(0, mark), request.path);
-        for (const auto& field : head) request.headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
-
-        if (request.method != "GET" && request.method != "POST") {
-            HttpResponse refused = ErrorResponse(405, request.path, StatusText(405));
-            refused.SetHeader("Allow", "GET, POST");
-            return Refuse(std::move(refused));
-        }
-        if (request.target.size() > context.limits.targetBytes) return RefuseStatus(414);
-        if (HeaderFieldBytes(head) > context.limits.headerBytes) return RefuseStatus(431);
-        if (!pathValid || request.target.empty() || request.target[0] != '/') return RefuseStatus(400);
-        // A body must announce its length: a chunked one would be read without a known size.
-        if (parser->chunked() || request.HasHeader("Transfer-Encoding")) return RefuseStatus(411);
-        const auto length = parser->content_length();
-        if (request.method == "POST" && !length) return RefuseStatus(411);
-        if (request.method == "GET" && length.value_or(0) > 0) return Refuse(ErrorResponse(400, request.path, ErrorText::GetWithBody));
-        const std::size_t limit = context.handler.BodyLimit(request);
-        if (length.value_or(0) > limit) return RefuseStatus(413);
-        keepAlive = head.keep_alive();
+        HeadVerdict verdict = CheckRequestHead(*parser, context.limits, context.handler, request);
+        if (verdict.refusal) return Refuse(std::move(*verdict.refusal));
+        const std::size_t limit = verdict.bodyLimit;
+        keepAlive = parser->get().keep_alive();
         if (parser->is_done()) return Dispatch();
 
         parser->body_limit(limit);
@@ -194,7 +155,6 @@ private:
         }
     }
 
-    void RefuseStatus(int status) { Refuse(ErrorResponse(status, request.path, StatusText(status))); }
 
     // The rest of a refused request is never read: it must not be taken for a next request.
     void Refuse(HttpResponse response) {

@@ -7,7 +7,11 @@ namespace {
 using namespace UsersTests;
 
 const String n63(63, 'n'), n64(64, 'n'), p127(127, 'p'), p128(128, 'p');
-const String complex = [] { String s; for (int i = 0; i < 200; ++i) s += "username=&password="; return s; }();
+String Repeated(const String& part, int times) { String s; for (int i = 0; i < times; ++i) s += part; return s; }
+// Bodies within the host's 64 KiB that cost a backtracking search of the expression seconds.
+const String complex = Repeated("username=&password=", 3400);
+const String tailAfterMatch = "username=u&password=p&confirmPassword=p" + Repeated("&password=x", 5000);
+const String prefixBeforeMatch = Repeated("&password=x", 5000) + "username=u&password=p&confirmPassword=p";
 const String item = R"({"userConfigItem":{"userName":"anna","hasAdminRuleset":true,"userRoles":["Admin","Viewer"],"passwordInfo":7}})";
 String Refused(const String& text) { return R"({"error":true,"errorText":")" + text + R"(","result":null})"; }
 
@@ -29,8 +33,13 @@ TEST_F(UserAdministration, BodiesAreSearchedAndValuesPassedAsSent) {
         {"AddUser", "username=" + n64 + "&password=p&confirmPassword=p", "", Refused("Username has invalid characters"), ""},
         {"AddUser", "username=u&password=" + p127 + "&confirmPassword=" + p127, "AddUser(u," + p127 + ")", ok, ""},
         {"AddUser", "username=&password=p&confirmPassword=p", "", invalid, "SetUserPassword"},
-        // A search that gives up on its complexity bound is no match.
+        // Long bodies made for a backtracking search are answered by what they hold, not by where a
+        // search would give up: no match, values too long for a match, a match after the junk.
         {"AddUser", complex, "", invalid, "SetUserPassword"},
+        {"AddUser", tailAfterMatch, "", Refused("Passwords don't match!"), ""},
+        {"AddUser", prefixBeforeMatch, "AddUser(u,p)", ok, ""},
+        {"SetUserPassword", "username=u&newPassword=n&confirmNewPassword=n" + Repeated("&newPassword=n", 5000), "",
+         Refused("Passwords don't match!"), ""},
         {"RemoveUser", "a=b&username=\\&y=z", "RemoveUser(\\&y=z)", ok, ""},
         {"RemoveUser", "username=", "", invalid, "SetUserPassword"},
         {"SetUserPassword", "username=\\&newPassword=n&newPassword=m&confirmNewPassword=m", "SetUserPassword(\\&newPassword=n,m)", ok, ""},
