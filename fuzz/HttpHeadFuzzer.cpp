@@ -39,6 +39,7 @@ public:
         if (head.path == "/api/login") return limits.bodyWithoutSession;
         return head.path.rfind("/api/", 0) == 0 ? limits.formBody : limits.bodyWithSession;
     }
+    bool AnswersFromMemory(HttpRequest&) const override { return false; }
     void Handle(HttpRequest&, HttpResponse&) override {}
 
 private:
