@@ -48,7 +48,8 @@ public:
     // Loads it now and after every write to `database`.
     explicit AccountsCache(Database& database);
     // Never waits for the database, except when the last load failed: then it reads the database
-    // itself (and throws DatabaseError when that fails too).
+    // itself (and throws DatabaseError when that fails too). Hold the answer while reading what it
+    // points to: a write may replace the current snapshot at any time.
     std::shared_ptr<const AccountsSnapshot> Current();
 
 private:

@@ -234,7 +234,8 @@ RscString<128> UserManagementService::GetLastErrorText() { return RscString<128>
 std::vector<RscString<64>> UserManagementService::GetUsers() {
     std::vector<RscString<64>> names;
     Guarded("GetUsers", [&] {
-        for (const AccountEntry& user : context->accounts.Current()->users) names.emplace_back(user.name);
+        const auto accounts = context->accounts.Current(); // held while its entries are read
+        for (const AccountEntry& user : accounts->users) names.emplace_back(user.name);
         return true;
     });
     return names;
@@ -242,7 +243,8 @@ std::vector<RscString<64>> UserManagementService::GetUsers() {
 
 bool UserManagementService::HasAdminRuleset(const RscString<64>& userName) {
     return Guarded("HasAdminRuleset", [&] {
-        const AccountEntry* user = context->accounts.Current()->Find(userName.ToString());
+        const auto accounts = context->accounts.Current();
+        const AccountEntry* user = accounts->Find(userName.ToString());
         return user ? user->adminRuleset : Fail(UserNotFound);
     });
 }
@@ -274,7 +276,8 @@ std::vector<RscString<64>> UserManagementService::GetUserRoles(const RscString<6
 std::vector<RscString<64>> UserManagementService::GetAllRoles() {
     std::vector<RscString<64>> roles;
     Guarded("GetAllRoles", [&] {
-        for (const std::string& role : context->accounts.Current()->roles) roles.emplace_back(role);
+        const auto accounts = context->accounts.Current();
+        for (const std::string& role : accounts->roles) roles.emplace_back(role);
         return true;
     });
     return roles;
@@ -399,7 +402,8 @@ LoginCheck UserManagementService::CheckLogin(const std::string& userName, const 
 }
 
 bool UserManagementService::IsAdministrator(const std::string& userName) {
-    const AccountEntry* user = context->accounts.Current()->Find(userName);
+    const auto accounts = context->accounts.Current();
+    const AccountEntry* user = accounts->Find(userName);
     if (!user) {
         auto roles = context->directoryUsers.RolesOf(userName);
         return roles && std::find(roles->begin(), roles->end(), AdminRole) != roles->end();
