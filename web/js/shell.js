@@ -1,6 +1,6 @@
 // The frame of every page after login: header with navigation, language switch and logout;
-// sends visitors without a session to the login page and users with a pending password change to
-// the password page.
+// sends visitors without a session to the login page and users with a pending password change or a
+// second factor still to set up to the password page.
 import { call, getSession, logout } from './api.js';
 import { applyTranslations, currentLanguage, has, initI18n, setLanguage, t } from './i18n.js';
 import { keepSession } from './session-keeper.js';
@@ -37,7 +37,8 @@ async function addNavigation(nav, session) {
     call('UserManagementDp', 'IsUserAuthenticationRequired'),
     call('LdapDp', 'IsLdapConfigurationEnabled'),
   ]);
-  if (!session.passwordChangeRequired) {
+  // A session that must change its password or set up its second factor first has only its own page.
+  if (!session.passwordChangeRequired && !session.secondFactorEnrolmentRequired) {
     if (probes[0].status === 'fulfilled') links.push(['/pages/UserManager', 'nav.userManager']);
     if (probes[0].status === 'fulfilled') links.push(['/security-log.html', 'nav.securityLog']);
     if (probes[1].status === 'fulfilled') links.push(['/pages/LdapConfiguration', 'nav.ldap']);
@@ -84,6 +85,8 @@ export function renderHeader(session, languages) {
   addNavigation(nav, session);
 }
 
+// allowPendingChange: the page serves a session that must change its password or set up its second
+// factor first (only the own password page does).
 export async function initPage({ allowPendingChange = false } = {}) {
   const languages = await initI18n();
   const session = await getSession();
@@ -91,7 +94,7 @@ export async function initPage({ allowPendingChange = false } = {}) {
     goToLogin();
     return null;
   }
-  if (session.passwordChangeRequired && !allowPendingChange) {
+  if ((session.passwordChangeRequired || session.secondFactorEnrolmentRequired) && !allowPendingChange) {
     location.assign('/password.html');
     return null;
   }
