@@ -16,6 +16,9 @@ if(KYR_BUILD_HOST)
   find_package(Threads REQUIRED)
   # Directory login: OpenLDAP's client library.
   pkg_check_modules(LDAP REQUIRED IMPORTED_TARGET ldap lber)
+  # The second factor: one-time codes (liboath) and their QR codes for authenticator apps (libqrencode).
+  pkg_check_modules(OATH REQUIRED IMPORTED_TARGET liboath)
+  pkg_check_modules(QRENCODE REQUIRED IMPORTED_TARGET libqrencode)
 endif()
 if(KYR_BUILD_TESTS)
   find_package(GTest CONFIG REQUIRED)

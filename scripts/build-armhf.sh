@@ -36,7 +36,7 @@ host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson
   rsyslog rsyslog-openssl openssl)
 target_packages=(
   libfmt-dev libboost1.81-dev libexpat1-dev
-  libsqlite3-dev libsodium-dev libssl-dev libldap-dev
+  libsqlite3-dev libsodium-dev libssl-dev libldap-dev liboath-dev libqrencode-dev
   libgtest-dev libgmock-dev
 )
 wanted=("${host_packages[@]}")

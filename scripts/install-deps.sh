@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config ccache
   rapidjson-dev libfmt-dev libboost1.81-dev libexpat1-dev
-  libsqlite3-dev libsodium-dev libssl-dev libldap-dev
+  libsqlite3-dev libsodium-dev libssl-dev libldap-dev liboath-dev libqrencode-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   curl ca-certificates
   # The package test: dpkg-shlibdeps and file.

@@ -15,6 +15,8 @@ using Kyr::System::Um::Services::Internal::SessionPolicyParameter;
 inline constexpr std::int64_t AllRights = 0xFFFFFFFF;
 inline constexpr const char* SettingAuthenticationRequired = "authenticationRequired";
 inline constexpr const char* SettingLdapEnabled = "ldapEnabled";
+// Who must have a second factor at login: 0 nobody, 1 administrators, 2 everyone.
+inline constexpr const char* SettingSecondFactorPolicy = "secondFactorPolicy";
 inline constexpr const char* AdminRulesetName = "admin";
 inline constexpr const char* DefaultRulesetName = "default";
 inline constexpr const char* InitialAdminName = "admin";

@@ -10,6 +10,7 @@
 #include "Kyr/System/Commons/Logging/Loggable.h"
 #include "Kyr/System/Rsc/ServiceManager.h"
 #include "Schema.h"
+#include "SecondFactorService.h"
 #include "SystemUseNotificationService.h"
 #include "TrustStoreManagementService.h"
 #include "UserManagementService.h"
@@ -32,7 +33,8 @@ public:
           trustStores(std::make_shared<TrustStoreManagementService>(context->paths.trustStores)),
           loginText(std::make_shared<SystemUseNotificationService>(context->paths.loginText)),
           audit(std::make_unique<AuditTrail>(*context)),
-          directory(context) {
+          directory(context),
+          secondFactors(context) {
         if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
         initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
     }
@@ -103,6 +105,8 @@ public:
         return UserManagerConfigurationService::GetLdapConfigurationErrorText();
     }
 
+    SecondFactors& GetSecondFactors() override { return secondFactors; }
+
 
 private:
     std::vector<std::pair<String, std::shared_ptr<Kyr::System::Rsc::IRscService>>> Entries() const {
@@ -128,6 +132,7 @@ private:
     std::shared_ptr<SystemUseNotificationService> loginText;
     std::unique_ptr<AuditTrail> audit;
     DirectoryLogin directory;
+    SecondFactorService secondFactors;
     std::optional<String> initialAdminPassword;
     bool registered = false;
 };

@@ -2,6 +2,7 @@
 
 #include "ConfigStore.h"
 #include "Defaults.h"
+#include "SecondFactorStore.h"
 
 namespace Kyr::PlatformServices {
 
@@ -90,7 +91,12 @@ bool CreateSchema(Database& database) {
         Statement version = database.Prepare("PRAGMA user_version");
         if (version.Step()) current = static_cast<int>(version.GetInt(0));
     }
-    if (current >= SchemaVersion) return false;
+    // Tables added since the first version: made in databases of every age.
+    SecondFactorStore::CreateTables(database);
+    if (current >= SchemaVersion) {
+        transaction.Commit();
+        return false;
+    }
 
     database.Execute(Tables);
     for (const DefaultRole& role : DefaultRoles()) {

@@ -32,7 +32,8 @@ DataPaths::DataPaths(const std::string& dataDirectory)
       ldapBindPassword(ldapFolder + "/bind-password"),
       trustStores(dataDirectory + "/truststores"),
       securityLog(dataDirectory + "/security.log"),
-      dummyHash(dataDirectory + "/dummy-hash") {
+      dummyHash(dataDirectory + "/dummy-hash"),
+      secondFactorKey(dataDirectory + "/second-factor.key") {
     std::filesystem::create_directories(ldapFolder);
     std::filesystem::create_directories(trustStores);
 }

@@ -28,6 +28,7 @@ struct DataPaths {
     std::string trustStores;
     std::string securityLog;
     std::string dummyHash; // the hash that unknown users' logins are checked against
+    std::string secondFactorKey; // the device key that the second factors' secrets are encrypted under
 };
 
 class ServiceContext {

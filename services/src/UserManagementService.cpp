@@ -10,6 +10,7 @@
 #include "PasswordRules.h"
 #include "RuleViolationText.h"
 #include "Schema.h"
+#include "SecondFactorStore.h"
 
 namespace Kyr::PlatformServices {
 
@@ -101,6 +102,8 @@ bool UserManagementService::AddUser(const RscString<64>& userNameArg, const RscS
         UserStore users(database);
         if (users.NameTaken(name)) return Fail("User already exists.");
         users.Add(name, hash, false, context->Now());
+        // A directory user of this name may have had a second factor: the new local user starts without.
+        SecondFactorStore(database).Remove(name);
         transaction.Commit();
         LogInfo("User '{0}' added", name);
         return true;
@@ -117,6 +120,7 @@ bool UserManagementService::RemoveUser(const RscString<64>& userNameArg) {
         if (HoldsRole(*user, AdminRole) && users.CountUsersWithRole(AdminRole) <= 1)
             return Fail("The last administrator cannot be removed.");
         users.Remove(user->id);
+        SecondFactorStore(database).Remove(name);
         transaction.Commit();
         // A user added again under this name later must not inherit these sessions.
         context->sessions.EndSessionsOfUser(name, AuditEvents::EndedUserRemoved);

@@ -44,7 +44,7 @@ TEST_F(LoginTest, SessionCookieCsrfTokenAndLogout) {
     EXPECT_EQ(client.sessionId.size(), 64u);
 
     EXPECT_EQ(client.Get("/api/session").body, R"({"loggedIn":true,"userName":"admin","csrfToken":")" + client.csrfToken +
-                                                   R"(","passwordChangeRequired":true,"authenticationRequired":true,"directoryUser":false})");
+                                                   R"(","passwordChangeRequired":true,"authenticationRequired":true,"directoryUser":false,"secondFactorEnrolmentRequired":false})");
 
     EXPECT_EQ(client.Post("/api/logout", "", {{"X-CSRF-Token", "0"}}).status, 403);
     EXPECT_EQ(client.Post("/api/logout", "").status, 200);

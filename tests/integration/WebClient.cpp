@@ -104,7 +104,8 @@ Answer WebClient::Login(const std::string& user, const std::string& password) {
     body.AddMember("username", rapidjson::Value(user.c_str(), body.GetAllocator()), body.GetAllocator());
     body.AddMember("password", rapidjson::Value(password.c_str(), body.GetAllocator()), body.GetAllocator());
     Answer answer = Send("POST", "/api/login", ToJson(body), {{"Content-Type", "application/json"}});
-    if (answer.status == 200) {
+    // A user with a second factor gets no session at the password step, only a challenge.
+    if (answer.status == 200 && !answer.Header("Set-Cookie").empty()) {
         const std::string cookie = answer.Header("Set-Cookie"); // "session=<id>; ..."
         sessionId = cookie.substr(8, cookie.find(';') - 8);
         csrfToken = answer.Json()["csrfToken"].GetString();

@@ -41,6 +41,13 @@ bool HostContext::HasLiveSession(const HttpRequest& request) const {
     return id && sessions.Find(*id).has_value();
 }
 
+bool HostContext::SecondFactorEnrolmentRequired(const Kyr::String& userName) {
+    auto& factors = services.GetSecondFactors();
+    const auto policy = factors.GetPolicy();
+    if (policy == Kyr::PlatformServices::SecondFactorPolicy::Off) return false; // the usual case: one read
+    return Kyr::PlatformServices::SecondFactorRequired(policy, services.IsAdministrator(userName)) && !factors.IsEnrolled(userName);
+}
+
 Caller HostContext::ResolveCaller(const HttpRequest& request) {
     Caller caller;
     auto id = SessionCookie(request);
@@ -54,6 +61,7 @@ Caller HostContext::ResolveCaller(const HttpRequest& request) {
         return caller;
     }
     caller.passwordChangeRequired = services.IsPasswordChangeRequired(session->userName);
+    caller.secondFactorEnrolmentRequired = SecondFactorEnrolmentRequired(session->userName);
     caller.session = std::move(session);
     return caller;
 }

@@ -8,15 +8,19 @@
 #include "bridge/ModuleRegistry.h"
 #include "http/HttpMessage.h"
 #include "Kyr/PlatformServices/PlatformServices.h"
+#include "secondfactor/LoginChallenges.h"
+#include "secondfactor/PendingEnrolments.h"
 #include "session/LoginThrottle.h"
 #include "session/SessionStore.h"
 
 namespace Kyr::WbmHost {
 
-// Who is calling: the live session (if any) and whether it must change its password first.
+// Who is calling: the live session (if any) and whether it must change its password or set up a
+// second factor before anything else.
 struct Caller {
     std::optional<SessionInfo> session;
     bool passwordChangeRequired = false;
+    bool secondFactorEnrolmentRequired = false;
 };
 
 inline constexpr const char* SessionCookieName = "session";
@@ -37,6 +41,8 @@ public:
     // Marked Secure when the request came over TLS, so that the browser never sends it in clear.
     static Kyr::String SessionCookieHeader(const Kyr::String& sessionId, bool secure);
     static Kyr::String ClearedSessionCookieHeader(bool secure);
+    // Whether the policy requires a second factor of `userName`, who has none yet.
+    bool SecondFactorEnrolmentRequired(const Kyr::String& userName);
 
     Kyr::PlatformServices::PlatformServices& services;
     SessionStore& sessions;
@@ -45,6 +51,9 @@ public:
     const HostOptions& options;
     // The module passes every LDAP upload through one temporary file: uploads run one at a time.
     std::mutex ldapUploads;
+    // Logins waiting for their second factor, and secrets shown for enrolment but not yet confirmed.
+    LoginChallenges loginChallenges;
+    PendingEnrolments pendingEnrolments;
 };
 
 } // namespace Kyr::WbmHost

@@ -11,6 +11,7 @@
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/RouteAnswers.h"
+#include "secondfactor/SecondFactorRoutes.h"
 #include "session/SessionRoutes.h"
 #include "static/PageRoutes.h"
 
@@ -18,6 +19,7 @@ namespace Kyr::WbmHost {
 
 HostRequestHandler::HostRequestHandler(HostContext& context, const ServerLimits& limits) : context(context), limits(limits) {
     AddSessionRoutes(router, context);
+    AddSecondFactorRoutes(router, context);
     AddAuditRoutes(router, context);
     AddDirectoryRoutes(router, context);
     AddModuleRoutes(router, context);
@@ -37,7 +39,8 @@ bool TakesDocument(const std::string& path) {
 } // namespace
 
 std::size_t HostRequestHandler::BodyLimit(const HttpRequest& head) const {
-    if (head.path == "/api/login" || !context.HasLiveSession(head)) return limits.bodyWithoutSession;
+    if (head.path == "/api/login" || head.path == "/api/login/second-factor" || !context.HasLiveSession(head))
+        return limits.bodyWithoutSession;
     if (head.path.rfind("/api/", 0) == 0 && !TakesDocument(head.path)) return limits.formBody;
     return limits.bodyWithSession;
 }

@@ -14,6 +14,7 @@ void AuditRecords(HostContext& context, const HttpRequest& request, HttpResponse
     Caller caller = context.ResolveCaller(request);
     if (!caller.session) return JsonAnswer(response, 401, ErrorBody(ErrorText::LoginRequired));
     if (caller.passwordChangeRequired) return JsonAnswer(response, 403, PasswordChangeRequiredBody());
+    if (caller.secondFactorEnrolmentRequired) return JsonAnswer(response, 403, SecondFactorEnrolmentRequiredBody());
     if (!context.services.IsAdministrator(caller.session->userName))
         return JsonAnswer(response, 403, ErrorBody(ErrorText::AdministratorsOnly));
     const auto parsed = Audit::ParseAuditRequest(request.query);

@@ -62,6 +62,9 @@ std::optional<int> Refusal(HostContext& context, const HttpRequest& request, con
         return refuse(403, ErrorBody(ErrorText::WrongCsrfToken));
     if (caller.passwordChangeRequired && !AllowedDuringPasswordChange(provider, function))
         return refuse(403, PasswordChangeRequiredBody());
+    // The password change comes first; then nothing of the module until the second factor is set up.
+    if (caller.secondFactorEnrolmentRequired && !caller.passwordChangeRequired)
+        return refuse(403, SecondFactorEnrolmentRequiredBody());
     if (!handler.HasPermissions(Messages::SecurityToken(caller.session ? caller.session->id : Kyr::String()))) {
         if (!caller.session) return refuse(401, ErrorBody(ErrorText::LoginRequired));
         return refuse(403, ErrorBody(ErrorText::NoPermission));

@@ -26,6 +26,17 @@ inline constexpr const char* InvalidDirectoryTest = "Invalid connection test: ex
 inline constexpr const char* NoSuchSession = "No such session";
 inline constexpr const char* AdministratorsOnly = "Only administrators may do this";
 inline constexpr const char* AuditUnavailable = "Changes are refused while audit records cannot be stored";
+inline constexpr const char* InvalidSecondFactorLogin =
+    "Invalid request: expected {\"challenge\": ..., \"code\": ...} or {\"challenge\": ..., \"recoveryCode\": ...}";
+inline constexpr const char* InvalidCodeRequest = "Invalid request: expected {\"code\": ...}";
+inline constexpr const char* InvalidRemovalRequest = "Invalid request: expected {\"password\": ..., \"code\": ...}";
+inline constexpr const char* InvalidSecondFactorPolicy = "Invalid policy: expected off, administrators or everyone";
+inline constexpr const char* SecondFactorAlreadySetUp = "A second factor is already set up";
+inline constexpr const char* NoPendingEnrolment = "No second factor enrolment is under way";
+inline constexpr const char* CodeNotValid = "The code is not valid";
+inline constexpr const char* WrongPasswordOrCode = "Wrong password or code";
+inline constexpr const char* PolicyRequiresSecondFactor = "The policy requires a second factor";
+inline constexpr const char* NoSecondFactor = "No second factor is set up";
 inline constexpr const char* PlainHttpOnTlsPort = "This port speaks HTTPS only: use an https:// address.\n";
 } // namespace ErrorText
 

@@ -72,9 +72,14 @@ Kyr::String PasswordChangeRequiredBody() {
     return R"({"error":true,"errorText":"Password change required","passwordChangeRequired":true})";
 }
 
+Kyr::String SecondFactorEnrolmentRequiredBody() {
+    return R"({"error":true,"errorText":"Second factor enrolment required","secondFactorEnrolmentRequired":true})";
+}
+
 Kyr::String NoErrorBody() { return R"({"error":false})"; }
 
-Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired) {
+Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired,
+                      bool secondFactorEnrolmentRequired) {
     rapidjson::StringBuffer buffer;
     Writer writer(buffer);
     writer.StartObject();
@@ -84,12 +89,14 @@ Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken,
     Text(writer, csrfToken);
     writer.Key("passwordChangeRequired");
     writer.Bool(passwordChangeRequired);
+    writer.Key("secondFactorEnrolmentRequired");
+    writer.Bool(secondFactorEnrolmentRequired);
     writer.EndObject();
     return Done(buffer);
 }
 
 Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToken, bool passwordChangeRequired,
-                        bool authenticationRequired, bool directoryUser) {
+                        bool authenticationRequired, bool directoryUser, bool secondFactorEnrolmentRequired) {
     rapidjson::StringBuffer buffer;
     Writer writer(buffer);
     writer.StartObject();
@@ -105,6 +112,8 @@ Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToke
     writer.Bool(authenticationRequired);
     writer.Key("directoryUser");
     writer.Bool(directoryUser);
+    writer.Key("secondFactorEnrolmentRequired");
+    writer.Bool(secondFactorEnrolmentRequired);
     writer.EndObject();
     return Done(buffer);
 }

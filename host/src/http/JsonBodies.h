@@ -9,9 +9,11 @@ namespace Kyr::WbmHost {
 // The host's own JSON answers (the module's answers pass through unchanged).
 Kyr::String ErrorBody(const Kyr::String& errorText);
 Kyr::String PasswordChangeRequiredBody();
-Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired);
+Kyr::String SecondFactorEnrolmentRequiredBody();
+Kyr::String LoginBody(const Kyr::String& userName, const Kyr::String& csrfToken, bool passwordChangeRequired,
+                      bool secondFactorEnrolmentRequired = false);
 Kyr::String SessionBody(const Kyr::String* userName, const Kyr::String* csrfToken, bool passwordChangeRequired,
-                        bool authenticationRequired, bool directoryUser = false);
+                        bool authenticationRequired, bool directoryUser = false, bool secondFactorEnrolmentRequired = false);
 Kyr::String LinesBody(const std::vector<Kyr::String>& lines);
 Kyr::String NoErrorBody();
 

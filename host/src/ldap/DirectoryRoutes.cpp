@@ -21,6 +21,7 @@ bool MayConfigureLdap(HostContext& context, const HttpRequest& request, HttpResp
     Caller caller = context.ResolveCaller(request);
     if (!caller.session) return refuse(401, ErrorBody(ErrorText::LoginRequired));
     if (caller.passwordChangeRequired) return refuse(403, PasswordChangeRequiredBody());
+    if (caller.secondFactorEnrolmentRequired) return refuse(403, SecondFactorEnrolmentRequiredBody());
     if (request.method == "POST" && !CsrfTokenValid(request, *caller.session)) return refuse(403, ErrorBody(ErrorText::WrongCsrfToken));
     auto ldap = context.registry.FindDataProvider("LdapDp");
     if (!ldap || !ldap->IsAvailable()) return refuse(503, ErrorBody(ErrorText::ProviderUnavailable));

@@ -116,6 +116,12 @@ void LoginThrottle::RecordSuccess(const Kyr::String& userName) {
     names.erase(NameKey(userName));
 }
 
+void LoginThrottle::EndAttempt(const Kyr::String& userName) {
+    std::lock_guard<std::mutex> lock(mutex);
+    auto found = names.find(NameKey(userName));
+    if (found != names.end()) found->second.attemptStarted.reset();
+}
+
 std::size_t LoginThrottle::TrackedNames() const {
     std::lock_guard<std::mutex> lock(mutex);
     return names.size();

@@ -47,6 +47,9 @@ public:
                                                      bool isAdministrator) override;
     std::chrono::seconds RecordFailure(const Kyr::String& userName, const Policy& policy, bool isAdministrator) override;
     void RecordSuccess(const Kyr::String& userName) override;
+    // Ends the attempt under way without forgetting the name's failures: the password was right, but
+    // a second factor must still follow, and its wrong codes count on from the failures before.
+    void EndAttempt(const Kyr::String& userName);
 
     std::size_t TrackedNames() const;
 

@@ -9,6 +9,8 @@
 #include "http/ErrorTexts.h"
 #include "http/JsonBodies.h"
 #include "http/RouteAnswers.h"
+#include "secondfactor/SecondFactorBodies.h"
+#include "session/LoginCompletion.h"
 
 namespace Kyr::WbmHost {
 
@@ -16,16 +18,6 @@ namespace {
 
 using Kyr::PlatformServices::LoginOutcome;
 namespace Events = Kyr::PlatformServices::AuditEvents;
-
-// Only a JSON login: another site's page cannot send that type without the browser asking the host
-// first, so it cannot log a visitor into an account of its choosing. The media type must be exactly
-// application/json (parameters such as a charset may follow).
-bool IsJsonBody(const HttpRequest& request) {
-    std::string type = request.Header("Content-Type");
-    type = type.substr(0, type.find(';'));
-    while (!type.empty() && (type.back() == ' ' || type.back() == '\t')) type.pop_back();
-    return EqualsIgnoringCase(type, "application/json");
-}
 
 void Login(HostContext& context, const HttpRequest& request, HttpResponse& response) {
     auto credentials = IsJsonBody(request) ? ParseLoginBody(request.body) : std::nullopt;
@@ -46,15 +38,20 @@ void Login(HostContext& context, const HttpRequest& request, HttpResponse& respo
 
     const auto check = context.services.CheckLogin(credentials->userName, credentials->password);
     if (check.outcome == LoginOutcome::Success) {
+        if (context.services.GetSecondFactors().IsEnrolled(credentials->userName)) {
+            // No session yet: the code completes the login. The name's failures stay until then, so
+            // that passing the password again does not reset the waits of wrong codes.
+            context.throttle.EndAttempt(credentials->userName);
+            const Kyr::String challenge = context.loginChallenges.Create(
+                LoginChallenge{credentials->userName, request.remoteAddress, check.passwordChangeRequired});
+            SessionLog::LogInfo("User {0} from {1} gave the right password; a second factor follows", shownName,
+                                request.remoteAddress);
+            return JsonAnswer(response, 200,
+                              ChallengeBody(challenge, std::chrono::seconds(LoginChallenges::Lifetime).count()));
+        }
         context.throttle.RecordSuccess(credentials->userName);
-        if (auto previous = HostContext::SessionCookie(request)) context.sessions.End(*previous);
-        context.sessions.SetMaxSessionTime(std::chrono::minutes(policy.maxSessionTimeMinutes));
-        const SessionInfo session =
-            context.sessions.Create(credentials->userName, policy.maxConcurrentSessionsCount, request.remoteAddress);
-        response.SetHeader("Set-Cookie", HostContext::SessionCookieHeader(session.id, request.secure));
-        SessionLog::LogInfo("User {0} logged in from {1}", shownName, request.remoteAddress);
-        context.services.RecordAudit(Audit::LoginRecord(true, credentials->userName, credentials->password, "", request.remoteAddress));
-        return JsonAnswer(response, 200, LoginBody(credentials->userName, session.csrfToken, check.passwordChangeRequired));
+        return CompleteLogin(context, request, response, credentials->userName, check.passwordChangeRequired,
+                             credentials->password);
     }
 
     const auto wait = context.throttle.RecordFailure(credentials->userName, request.remoteAddress, policy, isAdministrator);
@@ -86,7 +83,8 @@ void Session(HostContext& context, const HttpRequest& request, HttpResponse& res
     const bool authenticationRequired = context.services.IsAuthenticationRequired();
     if (!caller.session) return JsonAnswer(response, 200, SessionBody(nullptr, nullptr, false, authenticationRequired));
     JsonAnswer(response, 200, SessionBody(&caller.session->userName, &caller.session->csrfToken, caller.passwordChangeRequired,
-                                          authenticationRequired, context.services.IsDirectoryUser(caller.session->userName)));
+                                          authenticationRequired, context.services.IsDirectoryUser(caller.session->userName),
+                                          caller.secondFactorEnrolmentRequired));
 }
 
 // Who may see and end which sessions: administrators all, everybody else the own ones.
@@ -98,6 +96,10 @@ std::optional<Caller> SessionsCaller(HostContext& context, const HttpRequest& re
     }
     if (caller.passwordChangeRequired) {
         JsonAnswer(response, 403, PasswordChangeRequiredBody());
+        return std::nullopt;
+    }
+    if (caller.secondFactorEnrolmentRequired) {
+        JsonAnswer(response, 403, SecondFactorEnrolmentRequiredBody());
         return std::nullopt;
     }
     administrator = context.services.IsAdministrator(caller.session->userName);

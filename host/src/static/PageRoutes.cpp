@@ -47,7 +47,8 @@ void Page(HostContext& context, const HttpRequest& request, HttpResponse& respon
     if (!handler->IsAvailable()) return HtmlAnswer(response, 503, ErrorText::PageUnavailable);
     Caller caller = context.ResolveCaller(request);
     if (!caller.session && context.services.IsAuthenticationRequired()) return response.Redirect("/login.html?next=/pages/" + name);
-    if (caller.passwordChangeRequired) return response.Redirect("/password.html");
+    // Both the password change and the second factor's enrolment are on the own-password page.
+    if (caller.passwordChangeRequired || caller.secondFactorEnrolmentRequired) return response.Redirect("/password.html");
     if (!handler->HasPermissions(Messages::SecurityToken(caller.session ? caller.session->id : Kyr::String())))
         return ErrorAnswer(context, response, 403, ErrorText::NoPagePermission);
     response.SetHeader("Cache-Control", "no-store");

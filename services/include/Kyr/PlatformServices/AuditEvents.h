@@ -33,6 +33,14 @@ inline constexpr const char* LdapEnabledChanged = "ldap.enabled.changed";
 inline constexpr const char* LoginTextChanged = "logintext.changed";
 inline constexpr const char* RestartRequested = "system.restart";
 
+// The second factor at login. Never with a secret or a code.
+inline constexpr const char* SecondFactorEnrolled = "secondfactor.enrolled";
+inline constexpr const char* SecondFactorRemoved = "secondfactor.removed";         // by the user
+inline constexpr const char* SecondFactorReset = "secondfactor.reset";             // by an administrator
+inline constexpr const char* SecondFactorPolicyChanged = "secondfactor.policy.changed";
+inline constexpr const char* RecoveryCodeUsed = "secondfactor.recoverycode.used"; // at login
+inline constexpr const char* SecondFactorCodeFailed = "secondfactor.code.failure";
+
 inline constexpr const char* InvalidRequest = "request.invalid";
 
 inline constexpr const char* HostStarted = "host.started";
@@ -50,6 +58,7 @@ inline constexpr const char* EndedUserChanged = "user-changed"; // password set 
 inline constexpr const char* EndedRestart = "restart";
 inline constexpr const char* EndedByAdministrator = "administrator";
 inline constexpr const char* EndedByUser = "user"; // one of the user's other sessions, ended by the user
+inline constexpr const char* EndedSecondFactorReset = "second-factor-reset"; // an administrator reset it
 
 struct EventInfo {
     const char* id;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Kyr/PlatformServices/Audit.h"
+#include "Kyr/PlatformServices/SecondFactors.h"
 #include "Kyr/System/Commons/String.h"
 #include "Kyr/System/Um/Services/UmStructs.h"
 
@@ -149,6 +150,9 @@ public:
     // Why the calling thread's last SetLdapConfigurationFromFile refused the file ("Line 4, key
     // 'server': ..."); empty after success.
     virtual String GetLdapConfigurationErrorText() = 0;
+
+    // The second factor at login: its policy, the users' secrets and recovery codes.
+    virtual SecondFactors& GetSecondFactors() = 0;
 
 };
 
