@@ -1,30 +1,15 @@
 // The second factor through the real host: enrolment, the two-step login with codes and recovery
 // codes, replays, the waits after wrong codes, the policy that forces enrolment, and an
 // administrator's reset. The test computes the codes from the secret like an authenticator app.
-#include <liboath/oath.h>
-
-#include <cstdlib>
-#include <ctime>
-#include <memory>
-
 #include "HostTest.h"
+#include "TotpCode.h"
 
 namespace Kyr::IntegrationTests {
 namespace {
 
 const std::string loginFailed = "Login failed: wrong user name or password, or too many failed attempts.";
 
-// The code of the current 30 s step plus `stepOffset`, as an authenticator app shows it.
-std::string CodeOf(const std::string& base32Secret, int stepOffset = 0) {
-    char* raw = nullptr;
-    size_t length = 0;
-    EXPECT_EQ(oath_base32_decode(base32Secret.data(), base32Secret.size(), &raw, &length), OATH_OK);
-    std::unique_ptr<char, decltype(&std::free)> owned(raw, &std::free);
-    const auto step = static_cast<std::uint64_t>(std::time(nullptr) / 30 + stepOffset);
-    char code[8] = {};
-    EXPECT_EQ(oath_hotp_generate(raw, length, step, 6, false, OATH_HOTP_DYNAMIC_TRUNCATION, code), OATH_OK);
-    return code;
-}
+std::string CodeOf(const std::string& base32Secret, int stepOffset = 0) { return TotpCode(base32Secret, stepOffset); }
 
 std::string Field(const char* name, const std::string& value) {
     rapidjson::Document body(rapidjson::kObjectType);
@@ -33,8 +18,6 @@ std::string Field(const char* name, const std::string& value) {
 }
 
 struct SecondFactorTest : HostTest {
-    static void SetUpTestSuite() { oath_init(); }
-
     // Sets up a second factor for the client's user; answers the secret, and the recovery codes in `codes`.
     std::string Enrol(WebClient& client, std::vector<std::string>* codes = nullptr) {
         Answer started = client.Post("/api/second-factor/enrolment", "");

@@ -24,7 +24,7 @@ std::string QrCodeSvg(const std::string& text) {
     const std::string sizeText = std::to_string(size);
     const std::string pixels = std::to_string(size * PixelsPerModule);
     std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + sizeText + " " + sizeText + "\" width=\"" +
-                      pixels + "\" height=\"" + pixels + "\" shape-rendering=\"crispEdges\" role=\"img\">" +
+                      pixels + "\" height=\"" + pixels + "\" shape-rendering=\"crispEdges\" role=\"img\" aria-label=\"QR code for an authenticator app\">" +
                       "<rect width=\"" + sizeText + "\" height=\"" + sizeText + "\" fill=\"#fff\"/><path fill=\"#000\" d=\"";
     // One rectangle per horizontal run of dark modules (bit 0 of each module's byte).
     for (int y = 0; y < width; ++y) {

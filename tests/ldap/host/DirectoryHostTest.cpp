@@ -4,6 +4,7 @@
 
 #include "../SlapdServer.h"
 #include "HostTest.h"
+#include "TotpCode.h"
 
 namespace Kyr::IntegrationTests {
 namespace {
@@ -125,6 +126,29 @@ TEST_F(DirectoryHostTest, FailedDirectoryLoginsWaitAndAreLoggedWithoutThePasswor
     // The directory gone: the local administrator still logs in.
     slapd.Stop();
     EXPECT_EQ(Client().Login("admin", AdminPassword).status, 200);
+}
+
+TEST_F(DirectoryHostTest, DirectoryUsersSetUpASecondFactorOnTheDevice) {
+    WebClient admin = Admin();
+    Configure(admin, "Engineer");
+    WebClient alice = Client();
+    ASSERT_EQ(alice.Login("alice", "Alice-Dir-Pass-1").status, 200);
+    Answer started = alice.Post("/api/second-factor/enrolment", "");
+    ASSERT_EQ(started.status, 200) << started.body;
+    const std::string secret = started.Json()["secret"].GetString();
+    ASSERT_EQ(alice.Post("/api/second-factor/enrolment/confirm", R"({"code":")" + TotpCode(secret) + R"("})").status, 200);
+
+    // The directory's password is the first step only; the device's code completes the login.
+    WebClient next = Client();
+    Answer passwordStep = next.Login("alice", "Alice-Dir-Pass-1");
+    ASSERT_EQ(passwordStep.status, 200);
+    const std::string challenge = passwordStep.Json()["challenge"].GetString();
+    Answer codeStep = next.Send("POST", "/api/login/second-factor",
+                                R"({"challenge":")" + challenge + R"(","code":")" + TotpCode(secret, 1) + R"("})",
+                                {{"Content-Type", "application/json"}});
+    ASSERT_EQ(codeStep.status, 200) << codeStep.body;
+    EXPECT_EQ(codeStep.Json()["userName"], "alice");
+    EXPECT_EQ(admin.Get("/api/second-factor/users").body, R"({"users":[{"userName":"alice","enrolled":true}]})");
 }
 
 } // namespace
