@@ -7,6 +7,9 @@ let csrfToken = null;
 let sessionEndedHandler = null;
 // Set by the page: told of every answer of the host, which keeps the session alive.
 let activityListener = null;
+// Set by the page: told when the host refuses a request because the session must first set up a
+// second factor (a policy switched on holds live sessions at once).
+let enrolmentListener = null;
 
 export class ApiError extends Error {
   // kind: 'network' | 'http' | 'module'
@@ -31,6 +34,10 @@ export function onSessionEnded(handler) {
 
 export function onActivity(listener) {
   activityListener = listener;
+}
+
+export function onEnrolmentRequired(listener) {
+  enrolmentListener = listener;
 }
 
 async function send(url, options = {}) {
@@ -62,6 +69,7 @@ async function send(url, options = {}) {
   }
   if (!response.ok) {
     const errorText = data && typeof data === 'object' ? data.errorText || '' : '';
+    if (response.status === 403 && data && data.secondFactorEnrolmentRequired && enrolmentListener) enrolmentListener();
     throw new ApiError('http', {
       status: response.status,
       errorText,

@@ -1,6 +1,6 @@
 // Who must log in with a second factor: nobody, administrators, or everyone. A host setting of its
 // own, saved on its own (not one of the module's policy areas).
-import { getSecondFactorPolicy, setSecondFactorPolicy } from '../api.js';
+import { getSecondFactorPolicy, getSession, setSecondFactorPolicy } from '../api.js';
 import { t } from '../i18n.js';
 import { $, busy, showError, showStatus } from '../ui.js';
 import { isReady, loadInto, markSaved, trackChanges } from './section.js';
@@ -21,8 +21,14 @@ export function initSecondFactorPolicy() {
       const chosen = form.querySelector('input[name="policy"]:checked');
       if (!chosen) return;
       await setSecondFactorPolicy(chosen.value);
-      show(form, await getSecondFactorPolicy());
       markSaved(form);
+      // A policy now requiring a second factor of this administrator holds the session at once:
+      // its set-up comes next, on the own password page.
+      if ((await getSession()).secondFactorEnrolmentRequired) {
+        location.assign('/password.html');
+        return;
+      }
+      show(form, await getSecondFactorPolicy());
       showStatus(status, t('common.saved'));
     });
   });
