@@ -199,6 +199,26 @@ describe('second factor at login', () => {
     await noViolations(admin, 'own second factor, set up');
   });
 
+  test('after the session ended, the login over the page asks for the second factor too and keeps what was typed', async (t) => {
+    if (backendMissing || recoveryCodes.length < 3) return t.skip(backendMissing || 'no recovery codes were shown');
+    await openFresh(admin, '/pages/UserManager#login-notice');
+    await ready(admin);
+    const text = 'Typed before the session ended.';
+    await admin.locator('#login-text-value').fill(text);
+    const token = await admin.evaluate(() => fetch('/api/session').then((r) => r.json()).then((s) => s.csrfToken));
+    await admin.request.post('/api/logout', { headers: { 'X-CSRF-Token': token } });
+    await admin.locator('#login-text').getByRole('button', { name: 'Save' }).click();
+    const dialog = admin.getByRole('dialog', { name: 'Log in again' });
+    await dialog.getByLabel('Password', { exact: true }).fill(adminPassword);
+    await dialog.getByRole('button', { name: 'Log in' }).click();
+    // The one field takes a code from the app or a recovery code.
+    await dialog.getByLabel('Code from the authenticator app, or a recovery code').fill(recoveryCodes[2]);
+    await noViolations(admin, 'login over the page, code step');
+    await dialog.getByRole('button', { name: 'Log in' }).click();
+    await admin.locator('#login-text').getByText('Saved.').waitFor();
+    assert.equal(await admin.locator('#login-text-value').inputValue(), text);
+  });
+
   test('a challenge that ran out leads back to the password step', async (t) => {
     if (backendMissing || !adminApp) return t.skip(backendMissing || 'no second factor was set up');
     const page = await newUserPage(browser, host.baseUrl);
