@@ -38,17 +38,24 @@ const SecondFactorKeys& SecondFactorService::Keys() {
 std::uint64_t SecondFactorService::CurrentStep() const { return Totp::StepAt(context->Now()); }
 
 SecondFactorPolicy SecondFactorService::GetPolicy() {
-    auto lock = context->database.Lock();
-    const std::int64_t stored = ConfigStore(context->database).GetSetting(SettingSecondFactorPolicy, 0);
-    if (stored == PolicyNumbers[2]) return SecondFactorPolicy::Everyone;
-    if (stored == PolicyNumbers[1]) return SecondFactorPolicy::Administrators;
-    return SecondFactorPolicy::Off;
+    int cached = policyCache.load();
+    if (cached < 0) {
+        auto lock = context->database.Lock();
+        const std::int64_t stored = ConfigStore(context->database).GetSetting(SettingSecondFactorPolicy, 0);
+        cached = stored == PolicyNumbers[2] ? 2 : stored == PolicyNumbers[1] ? 1 : 0;
+        // Not over a value that SetPolicy stored meanwhile.
+        int unread = -1;
+        policyCache.compare_exchange_strong(unread, cached);
+        cached = policyCache.load();
+    }
+    return static_cast<SecondFactorPolicy>(cached);
 }
 
 void SecondFactorService::SetPolicy(SecondFactorPolicy policy) {
     Transaction transaction(context->database);
     ConfigStore(context->database).SetSetting(SettingSecondFactorPolicy, PolicyNumbers[static_cast<int>(policy)]);
     transaction.Commit();
+    policyCache.store(static_cast<int>(policy));
     LogInfo("Second factor policy set to '{0}'", ToText(policy));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // The second factor over the database and the device key (see SecondFactors.h). The key file is read,
 // or made, on the first use that needs it, so that a device without second factors never has one.
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -32,6 +33,9 @@ private:
     std::uint64_t CurrentStep() const;
 
     std::shared_ptr<ServiceContext> context;
+    // The stored policy, read once: the host asks for it with every request, and only this service
+    // changes it. -1: not read yet.
+    std::atomic<int> policyCache{-1};
     std::mutex keysMutex;
     std::unique_ptr<SecondFactorKeys> keys;
 };

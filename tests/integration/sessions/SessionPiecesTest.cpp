@@ -93,6 +93,19 @@ TEST(LoginThrottleTest, OneAttemptPerNameAtATime) {
     EXPECT_FALSE(throttle.BeginAttempt("alice", policy, false));
 }
 
+TEST(LoginThrottleTest, ARightPasswordBeforeASecondFactorForgetsNoFailures) {
+    FakeClock clock;
+    LoginThrottle throttle(clock.Function());
+    const auto policy = Policy(10, 5, 22, false);
+    ASSERT_FALSE(throttle.BeginAttempt("alice", policy, false));
+    EXPECT_EQ(throttle.RecordFailure("alice", policy, false), 10s); // a wrong code
+    clock.now += 10s;
+    ASSERT_FALSE(throttle.BeginAttempt("alice", policy, false)); // the password again, right
+    throttle.EndAttempt("alice");
+    ASSERT_FALSE(throttle.BeginAttempt("alice", policy, false)); // the next code may be tried at once
+    EXPECT_EQ(throttle.RecordFailure("alice", policy, false), 15s); // and, wrong again, waits longer
+}
+
 TEST(LoginThrottleTest, ManyNamesFromOneAddressWaitThere) {
     FakeClock clock;
     LoginThrottle throttle(clock.Function());
