@@ -266,6 +266,32 @@ describe('second factor at login', () => {
     await op.context().close();
   });
 
+  test('required for everyone: a new user changes the initial password first, then is led to the set-up', async (t) => {
+    if (backendMissing || !adminApp) return t.skip(backendMissing || 'no second factor was set up');
+    // Set-up through the API of the administrator's page (its cookie and token).
+    const status = await admin.evaluate(async () => {
+      const { csrfToken } = await (await fetch('/api/session')).json();
+      const post = (url, body, type) => fetch(url, { method: 'POST', headers: { 'X-CSRF-Token': csrfToken, 'Content-Type': type }, body });
+      const policy = await post('/api/second-factor/policy', JSON.stringify({ policy: 'everyone' }), 'application/json');
+      const user = await post('/api/UserManagementDp/AddUser', 'username=newcomer&password=Given-Fresh-2026x&confirmPassword=Given-Fresh-2026x', 'text/plain');
+      return [policy.status, (await user.json()).error];
+    });
+    assert.deepEqual(status, [200, false]);
+
+    const fresh = await newUserPage(browser, host.baseUrl);
+    await fillLogin(fresh, 'newcomer', 'Given-Fresh-2026x');
+    const change = fresh.locator('#forced-change');
+    await change.waitFor();
+    await change.getByLabel('New password', { exact: true }).fill('Fresh-Factor-2026x');
+    await change.getByLabel('Confirm new password').fill('Fresh-Factor-2026x');
+    await change.getByRole('button', { name: 'Change password' }).click();
+    await ready(fresh, '**/password.html');
+    await fresh.locator('#pending-enrolment').waitFor();
+    assert.equal(await fresh.getByRole('button', { name: 'Set up' }).isVisible(), true);
+    assert.deepEqual(fresh.errors, []);
+    await fresh.context().close();
+  });
+
   test('with the policy off, the own second factor is removed with the password and a code', async (t) => {
     if (backendMissing || !adminApp) return t.skip(backendMissing || 'no second factor was set up');
     await openFresh(admin, '/pages/UserManager#second-factor');
