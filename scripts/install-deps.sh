@@ -14,6 +14,8 @@ packages=(
   # Tests start real servers: a syslog collector (TCP, and TLS through its OpenSSL driver) for the
   # audit forwarding, slapd for directory logins, and openssl makes their test certificates.
   rsyslog rsyslog-openssl slapd ldap-utils openssl
+  # A QR reader reads back the QR codes that the host draws for authenticator apps.
+  zbar-tools
 )
 # Extra packages named on the command line (e.g. the browser tests' chromium).
 packages+=("$@")
