@@ -256,7 +256,7 @@ describe('second factor at login', () => {
     await noViolations(admin, 'reset question');
     await admin.getByRole('dialog').getByRole('button', { name: 'Reset second factor' }).click();
     await admin.locator('#users-status').filter({ hasText: `The second factor of ${operator.user} has been reset.` }).waitFor();
-    assert.equal(await mark(operator.user).textContent(), '–');
+    assert.equal(await mark(operator.user).textContent(), 'not set up');
     assert.equal(await row(operator.user).getByRole('button', { name: /Reset second factor/ }).count(), 0);
 
     const opSession = await op.request.get('/api/session').then((r) => r.json());
