@@ -233,6 +233,37 @@ describe('second factor at login', () => {
     await page.context().close();
   });
 
+  test('after five wrong codes the login starts again at the password, saying why', async (t) => {
+    if (backendMissing || !adminApp) return t.skip(backendMissing || 'no second factor was set up');
+    // Without login waits, so that five codes go in a row.
+    const saved = await admin.evaluate(async () => {
+      const { csrfToken } = await (await fetch('/api/session')).json();
+      const policy = (await (await fetch('/api/UserManagementDp/GetSessionPolicyConfig')).json()).result;
+      const sessionPolicyParameter = { ...policy, timeoutInitialSeconds: 0, timeoutIncrementSeconds: 0, timeoutMaximumSeconds: 0 };
+      const answer = await fetch('/api/UserManagementDp/SetSessionPolicyConfig', {
+        method: 'POST',
+        headers: { 'X-CSRF-Token': csrfToken, 'Content-Type': 'application/json' },
+        body: JSON.stringify({ sessionPolicyParameter }),
+      });
+      return (await answer.json()).error;
+    });
+    assert.equal(saved, false);
+
+    const page = await newUserPage(browser, host.baseUrl);
+    await fillLogin(page, 'admin', adminPassword);
+    const status = page.locator('#code-form .status');
+    for (let attempt = 1; attempt <= 4; attempt += 1) {
+      await answerCodeStep(page, { code: adminApp.wrongCode() });
+      await status.filter({ hasText: 'Login failed' }).waitFor();
+      await page.evaluate(() => document.querySelector('#code-form .status').replaceChildren());
+    }
+    await answerCodeStep(page, { code: adminApp.wrongCode() });
+    await page.locator('#login-form .status').filter({ hasText: 'Too many wrong codes' }).waitFor();
+    assert.equal(await page.locator('#code-form').isVisible(), false);
+    assert.deepEqual(page.errors, []);
+    await page.context().close();
+  });
+
   test('the user list marks who has a second factor; a reset after confirmation ends it and the sessions', async (t) => {
     if (backendMissing || !adminApp) return t.skip(backendMissing || 'no second factor was set up');
     // The operator sets one up without being made to, on the own page.
