@@ -4,6 +4,7 @@
 // list marks who has one and an administrator resets another user's; with the policy off the own
 // second factor is removed with the password and a code. axe-core checks every new state.
 import assert from 'node:assert/strict';
+import fs from 'node:fs';
 import { after, before, describe, test } from 'node:test';
 import { axeViolations } from './lib/axe.js';
 import { launchBrowser, newUserPage } from './lib/browser.js';
@@ -151,6 +152,12 @@ describe('second factor at login', () => {
     assert.equal(recoveryCodes.length, 10);
     assert.equal(new Set(recoveryCodes).size, 10);
     await noViolations(admin, 'recovery codes');
+    const downloading = admin.waitForEvent('download');
+    await admin.getByRole('button', { name: 'Download' }).click();
+    const file = await downloading;
+    assert.equal(file.suggestedFilename(), 'recovery-codes.txt');
+    const saved = fs.readFileSync(await file.path(), 'utf8');
+    assert.deepEqual(saved.trim().split(/\r\n/).slice(-10), recoveryCodes, 'the file holds the ten codes, one a line');
     await admin.getByRole('button', { name: 'I have stored them' }).click();
     assert.equal(await admin.locator('#recovery-list li').count(), 0, 'the codes leave the page');
     await admin.getByRole('link', { name: 'Continue' }).click();
