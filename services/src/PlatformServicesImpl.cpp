@@ -36,6 +36,7 @@ public:
           directory(context),
           secondFactors(context) {
         if (CreateSchema(context->database)) LogInfo("New user database created in {0}", options.dataDirectory);
+        secondFactors.Load();
         initialAdminPassword = users->CreateInitialAdministrator(options.initialAdminPassword);
     }
 

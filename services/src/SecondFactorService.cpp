@@ -37,42 +37,31 @@ const SecondFactorKeys& SecondFactorService::Keys() {
 
 std::uint64_t SecondFactorService::CurrentStep() const { return Totp::StepAt(context->Now()); }
 
-SecondFactorPolicy SecondFactorService::GetPolicy() {
-    int cached = policyCache.load();
-    if (cached < 0) {
-        auto lock = context->database.Lock();
-        const std::int64_t stored = ConfigStore(context->database).GetSetting(SettingSecondFactorPolicy, 0);
-        cached = stored == PolicyNumbers[2] ? 2 : stored == PolicyNumbers[1] ? 1 : 0;
-        // Not over a value that SetPolicy stored meanwhile.
-        int unread = -1;
-        policyCache.compare_exchange_strong(unread, cached);
-        cached = policyCache.load();
-    }
-    return static_cast<SecondFactorPolicy>(cached);
-}
-
-void SecondFactorService::SetPolicy(SecondFactorPolicy policy) {
-    Transaction transaction(context->database);
-    ConfigStore(context->database).SetSetting(SettingSecondFactorPolicy, PolicyNumbers[static_cast<int>(policy)]);
-    transaction.Commit();
-    policyCache.store(static_cast<int>(policy));
-    LogInfo("Second factor policy set to '{0}'", ToText(policy));
-}
-
-bool SecondFactorService::IsEnrolled(const String& userName) {
+void SecondFactorService::Load() {
     auto lock = context->database.Lock();
-    return SecondFactorStore(context->database).Find(userName).has_value();
+    const std::int64_t stored = ConfigStore(context->database).GetSetting(SettingSecondFactorPolicy, 0);
+    policy.store(stored == PolicyNumbers[2] ? 2 : stored == PolicyNumbers[1] ? 1 : 0);
+    context->secondFactorIndex.Load(SecondFactorStore(context->database).UserNames());
 }
+
+SecondFactorPolicy SecondFactorService::GetPolicy() { return static_cast<SecondFactorPolicy>(policy.load()); }
+
+void SecondFactorService::SetPolicy(SecondFactorPolicy newPolicy) {
+    Transaction transaction(context->database);
+    ConfigStore(context->database).SetSetting(SettingSecondFactorPolicy, PolicyNumbers[static_cast<int>(newPolicy)]);
+    transaction.Commit();
+    policy.store(static_cast<int>(newPolicy));
+    LogInfo("Second factor policy set to '{0}'", ToText(newPolicy));
+}
+
+bool SecondFactorService::IsEnrolled(const String& userName) { return context->secondFactorIndex.Contains(userName); }
 
 std::uint32_t SecondFactorService::RecoveryCodesLeft(const String& userName) {
     auto lock = context->database.Lock();
     return SecondFactorStore(context->database).CountRecoveryCodes(userName);
 }
 
-std::vector<String> SecondFactorService::EnrolledUsers() {
-    auto lock = context->database.Lock();
-    return SecondFactorStore(context->database).UserNames();
-}
+std::vector<String> SecondFactorService::EnrolledUsers() { return context->secondFactorIndex.Names(); }
 
 String SecondFactorService::NewSecret() { return Totp::ToBase32(Totp::NewSecret()); }
 
@@ -99,6 +88,7 @@ EnrolmentResult SecondFactorService::Enrol(const String& userName, bool director
     for (const std::string& recovery : codes) hashes.push_back(sealing.RecoveryCodeHash(recovery));
     store.Add(record, hashes, context->Now());
     transaction.Commit();
+    context->secondFactorIndex.Add(userName);
     LogInfo("User '{0}' set up a second factor", userName);
     result.outcome = EnrolmentOutcome::Enrolled;
     result.recoveryCodes.assign(codes.begin(), codes.end());
@@ -137,6 +127,7 @@ bool SecondFactorService::Remove(const String& userName) {
     Transaction transaction(context->database);
     if (!SecondFactorStore(context->database).Remove(userName)) return false;
     transaction.Commit();
+    context->secondFactorIndex.Forget(userName);
     LogInfo("The second factor of user '{0}' was removed", userName);
     return true;
 }

@@ -16,6 +16,9 @@ class SecondFactorService final : public SecondFactors,
                                   private Kyr::System::Commons::Logging::Loggable<SecondFactorService> {
 public:
     explicit SecondFactorService(std::shared_ptr<ServiceContext> context);
+    // Reads the policy and the names of the users with a second factor into memory (once the
+    // database's tables exist).
+    void Load();
 
     SecondFactorPolicy GetPolicy() override;
     void SetPolicy(SecondFactorPolicy policy) override;
@@ -33,9 +36,9 @@ private:
     std::uint64_t CurrentStep() const;
 
     std::shared_ptr<ServiceContext> context;
-    // The stored policy, read once: the host asks for it with every request, and only this service
-    // changes it. -1: not read yet.
-    std::atomic<int> policyCache{-1};
+    // The stored policy, in memory: the host asks for it with every request, and only this service
+    // changes it.
+    std::atomic<int> policy{0};
     std::mutex keysMutex;
     std::unique_ptr<SecondFactorKeys> keys;
 };

@@ -11,6 +11,7 @@
 #include "DirectoryUsers.h"
 #include "Kyr/System/Commons/RscString.h"
 #include "PasswordHasher.h"
+#include "SecondFactorIndex.h"
 #include "Sqlite.h"
 
 namespace Kyr::PlatformServices {
@@ -45,6 +46,7 @@ public:
     const std::function<void()> restartRequest;
     std::mutex securityLogMutex;
     DirectoryUsers directoryUsers;
+    SecondFactorIndex secondFactorIndex;
 };
 
 } // namespace Kyr::PlatformServices

@@ -105,6 +105,7 @@ bool UserManagementService::AddUser(const RscString<64>& userNameArg, const RscS
         // A directory user of this name may have had a second factor: the new local user starts without.
         SecondFactorStore(database).Remove(name);
         transaction.Commit();
+        context->secondFactorIndex.Forget(name);
         LogInfo("User '{0}' added", name);
         return true;
     });
@@ -122,6 +123,7 @@ bool UserManagementService::RemoveUser(const RscString<64>& userNameArg) {
         users.Remove(user->id);
         SecondFactorStore(database).Remove(name);
         transaction.Commit();
+        context->secondFactorIndex.Forget(name);
         // A user added again under this name later must not inherit these sessions.
         context->sessions.EndSessionsOfUser(name, AuditEvents::EndedUserRemoved);
         LogInfo("User '{0}' removed", name);

@@ -95,7 +95,9 @@ TEST_F(SecondFactorTest, ACodeWorksOnceAndNoEarlierStepAfterIt) {
     const std::string current = CodeOf(secret, Step());
     EXPECT_TRUE(Factors().AcceptCode("admin", current));
     EXPECT_FALSE(Factors().AcceptCode("admin", current));
-    Open(); // the used step survives a restart
+    Open(); // the second factor and its used step survive a restart
+    EXPECT_TRUE(Factors().IsEnrolled("admin"));
+    EXPECT_EQ(Factors().EnrolledUsers(), std::vector<std::string>{"admin"});
     EXPECT_FALSE(Factors().AcceptCode("admin", current));
     EXPECT_TRUE(Factors().AcceptCode("admin", CodeOf(secret, Step() + 1)));
     Advance(std::chrono::seconds(30));

@@ -30,6 +30,8 @@ struct EnrolmentResult {
     std::vector<String> recoveryCodes; // the ten codes, only when enrolled; shown once, never again
 };
 
+// GetPolicy, IsEnrolled and EnrolledUsers answer from memory (never waiting for the database), so
+// that the host may ask them with every request.
 class SecondFactors {
 public:
     virtual ~SecondFactors() = default;
