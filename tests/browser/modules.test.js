@@ -6,7 +6,9 @@ import path from 'node:path';
 import { describe, test } from 'node:test';
 import { filterQuery } from '../../web/js/audit-events.js';
 import { decodeEntities, isBlankText } from '../../web/js/entities.js';
-import { moduleErrorText, sentencesOf } from '../../web/js/errors.js';
+import { ApiError } from '../../web/js/api.js';
+import { describeError, moduleErrorText, sentencesOf } from '../../web/js/errors.js';
+import { codeOf, groupSecret, recoveryCodeOf } from '../../web/js/second-factor.js';
 import { useDictionary } from '../../web/js/i18n.js';
 import { checkRules } from '../../web/js/password-rules.js';
 import { checkSessionPolicy } from '../../web/js/um/session-policy.js';
@@ -227,5 +229,30 @@ describe('security log filters as the host reads them', () => {
   test('event, user and outcome go as given, encoded once', () => {
     const query = filterQuery({ event: 'session.login.failure', user: 'a&b c', outcome: 'failure' });
     assert.equal(query.toString(), 'event=session.login.failure&user=a%26b+c&outcome=failure');
+  });
+});
+
+describe('second-factor codes as people type them', () => {
+  test('a code from the app: six digits, spaces as apps show them dropped; anything else is no code', () => {
+    assert.equal(codeOf(' 123 456 '), '123456');
+    for (const typed of ['12345', '1234567', '12a456', '', '123-456']) assert.equal(codeOf(typed), '', typed);
+  });
+
+  test('a recovery code keeps its letters and dash, loses the spaces of copying', () => {
+    assert.equal(recoveryCodeOf(' abcde-FGHIJ\n'), 'abcde-FGHIJ');
+  });
+
+  test('the key is shown in groups of four, whatever spacing it came with', () => {
+    assert.equal(groupSecret('JBSWY3DPEHPK3PXPJBSWY3DPEHPK3PXP'), 'JBSW Y3DP EHPK 3PXP JBSW Y3DP EHPK 3PXP');
+    assert.equal(groupSecret('JBS WY3'), 'JBSW Y3');
+  });
+
+  test("the host's refusals around the second factor are said in the page's language", () => {
+    const dictionary = JSON.parse(fs.readFileSync(path.join(webRoot, 'i18n', 'de.json'), 'utf8'));
+    useDictionary('de', dictionary);
+    assert.equal(describeError(new ApiError('http', { status: 403, errorText: 'Wrong password or code' })), dictionary.errors.secondFactor.wrongPasswordOrCode);
+    assert.equal(describeError(new ApiError('http', { status: 400, errorText: 'The code is not valid' })), dictionary.errors.secondFactor.codeNotValid);
+    const pending = new ApiError('http', { status: 403, errorText: 'Second factor enrolment required', secondFactorEnrolmentRequired: true });
+    assert.equal(describeError(pending), dictionary.errors.secondFactorEnrolmentRequired);
   });
 });

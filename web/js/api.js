@@ -7,15 +7,19 @@ let csrfToken = null;
 let sessionEndedHandler = null;
 // Set by the page: told of every answer of the host, which keeps the session alive.
 let activityListener = null;
+// Set by the page: told when the host refuses a request because the session must first set up a
+// second factor (a policy switched on holds live sessions at once).
+let enrolmentListener = null;
 
 export class ApiError extends Error {
   // kind: 'network' | 'http' | 'module'
-  constructor(kind, { status = 0, errorText = '', passwordChangeRequired = false, retryAfter = 0 } = {}) {
+  constructor(kind, { status = 0, errorText = '', passwordChangeRequired = false, secondFactorEnrolmentRequired = false, retryAfter = 0 } = {}) {
     super(errorText || `${kind} ${status}`);
     this.kind = kind;
     this.status = status;
     this.errorText = errorText;
     this.passwordChangeRequired = passwordChangeRequired;
+    this.secondFactorEnrolmentRequired = secondFactorEnrolmentRequired;
     this.retryAfter = retryAfter; // seconds to wait, from Retry-After (login refusals)
   }
 }
@@ -32,6 +36,10 @@ export function onActivity(listener) {
   activityListener = listener;
 }
 
+export function onEnrolmentRequired(listener) {
+  enrolmentListener = listener;
+}
+
 async function send(url, options = {}) {
   const { method = 'GET', body, contentType, retried = false } = options;
   const headers = {};
@@ -44,7 +52,9 @@ async function send(url, options = {}) {
     throw new ApiError('network');
   }
   if (activityListener) activityListener();
-  if (response.status === 401 && url !== '/api/login' && !retried && sessionEndedHandler && (await sessionEndedHandler())) {
+  // A refused login (either step) is an answer, not a session that ended.
+  const isLogin = url === '/api/login' || url === '/api/login/second-factor';
+  if (response.status === 401 && !isLogin && !retried && sessionEndedHandler && (await sessionEndedHandler())) {
     return send(url, { ...options, retried: true });
   }
   const isJson = (response.headers.get('Content-Type') || '').includes('application/json');
@@ -59,10 +69,12 @@ async function send(url, options = {}) {
   }
   if (!response.ok) {
     const errorText = data && typeof data === 'object' ? data.errorText || '' : '';
+    if (response.status === 403 && data && data.secondFactorEnrolmentRequired && enrolmentListener) enrolmentListener();
     throw new ApiError('http', {
       status: response.status,
       errorText,
       passwordChangeRequired: Boolean(data && data.passwordChangeRequired),
+      secondFactorEnrolmentRequired: Boolean(data && data.secondFactorEnrolmentRequired),
       retryAfter: Number.parseInt(response.headers.get('Retry-After') || '0', 10) || 0,
     });
   }
@@ -76,12 +88,25 @@ export async function getSession() {
 }
 
 // Resolves with the login answer; a refusal rejects with ApiError (status 401 and, during a wait,
-// retryAfter seconds).
+// retryAfter seconds). For a user with a second factor the answer is
+// {secondFactorRequired, challenge, expiresInSeconds} and no session yet: loginSecondFactor completes it.
 export async function login(username, password) {
   // A live older session's token (read by getSession) goes along: the host wants it on every POST.
   const { data } = await send('/api/login', {
     method: 'POST',
     body: JSON.stringify({ username, password }),
+    contentType: 'application/json',
+  });
+  setCsrfToken(data.csrfToken);
+  return data;
+}
+
+// The code step of a login: answer = {code} or {recoveryCode}. Resolves with the login answer;
+// refusals as for login().
+export async function loginSecondFactor(challenge, answer) {
+  const { data } = await send('/api/login/second-factor', {
+    method: 'POST',
+    body: JSON.stringify({ challenge, ...answer }),
     contentType: 'application/json',
   });
   setCsrfToken(data.csrfToken);
@@ -131,4 +156,57 @@ export async function listSessions() {
 
 export async function endSession(handle) {
   await send(`/api/sessions/${encodeURIComponent(handle)}/end`, { method: 'POST' });
+}
+
+// A route of the host's own with a JSON answer: GET without `json`, POST with it (the session's
+// CSRF token goes along).
+async function hostJson(url, json) {
+  const options = json === undefined ? {} : { method: 'POST', body: JSON.stringify(json), contentType: 'application/json' };
+  const { data } = await send(url, options);
+  return data;
+}
+
+// A POST without a body (Content-Length: 0, as the host wants it announced).
+async function postEmpty(url) {
+  const { data } = await send(url, { method: 'POST', body: '' });
+  return data;
+}
+
+// The own second factor: {enrolled, required, policy, recoveryCodesLeft}.
+export function getSecondFactor() {
+  return hostJson('/api/second-factor');
+}
+
+// A new secret for the own second factor, kept by the device until a code confirms it:
+// {secret, otpauthUri, qrCodeSvg}.
+export function startEnrolment() {
+  return postEmpty('/api/second-factor/enrolment');
+}
+
+// Takes the pending secret into use; resolves with the ten recovery codes (shown once).
+export async function confirmEnrolment(code) {
+  const data = await hostJson('/api/second-factor/enrolment/confirm', { code });
+  return Array.isArray(data.recoveryCodes) ? data.recoveryCodes : [];
+}
+
+export function removeSecondFactor(password, code) {
+  return hostJson('/api/second-factor/remove', { password, code });
+}
+
+// Administrators: the policy ("off", "administrators", "everyone"), who has a second factor, and a reset.
+export async function getSecondFactorPolicy() {
+  return (await hostJson('/api/second-factor/policy')).policy;
+}
+
+export function setSecondFactorPolicy(policy) {
+  return hostJson('/api/second-factor/policy', { policy });
+}
+
+export async function listSecondFactorUsers() {
+  const data = await hostJson('/api/second-factor/users');
+  return Array.isArray(data.users) ? data.users : [];
+}
+
+export function resetSecondFactor(userName) {
+  return postEmpty(`/api/second-factor/users/${encodeURIComponent(userName)}/reset`);
 }

@@ -18,7 +18,8 @@ async function main() {
   setTitle();
   document.addEventListener('languagechange', setTitle);
   if (session.loggedIn) {
-    $('#error-start').href = session.passwordChangeRequired ? '/password.html' : await landingPage();
+    const held = session.passwordChangeRequired || session.secondFactorEnrolmentRequired;
+    $('#error-start').href = held ? '/password.html' : await landingPage();
     $('#error-start').hidden = false;
   } else {
     $('#error-login').href = `/login.html?next=${encodeURIComponent(location.pathname + location.search)}`;

@@ -28,6 +28,14 @@ export function sentencesOf(text) {
     .filter(Boolean);
 }
 
+// The host's own refusals around the second factor, by their fixed texts.
+const hostTexts = {
+  'Wrong password or code': 'errors.secondFactor.wrongPasswordOrCode',
+  'The code is not valid': 'errors.secondFactor.codeNotValid',
+  'A second factor is already set up': 'errors.secondFactor.alreadySetUp',
+  'The policy requires a second factor': 'errors.secondFactor.requiredByPolicy',
+};
+
 export function describeError(error) {
   if (error instanceof InputError) return error.message;
   if (error instanceof FormValueError) {
@@ -36,11 +44,13 @@ export function describeError(error) {
   if (!(error instanceof ApiError)) return t('errors.unexpected', { text: String(error && error.message) });
   if (error.kind === 'network') return t('errors.network');
   if (error.kind === 'module') return moduleErrorText(error.errorText);
+  if (Object.hasOwn(hostTexts, error.errorText)) return t(hostTexts[error.errorText]);
   switch (error.status) {
     case 401:
       return t('errors.sessionEnded');
     case 403:
       if (error.passwordChangeRequired) return t('errors.passwordChangeRequired');
+      if (error.secondFactorEnrolmentRequired) return t('errors.secondFactorEnrolmentRequired');
       if (/CSRF/i.test(error.errorText)) return t('errors.csrf');
       return t('errors.forbidden');
     case 404:

@@ -2,9 +2,10 @@
 // end an idle session a dialog offers to stay logged in, and when a request finds the session
 // ended a login dialog opens over the page, so whatever was typed stays, and the request is sent
 // again after the login.
-import { getSession, login, onActivity, onSessionEnded } from './api.js';
+import { getSession, login, loginSecondFactor, onActivity, onSessionEnded } from './api.js';
 import { t } from './i18n.js';
 import { addRevealButton } from './reveal.js';
+import { codeOf, recoveryCodeOf } from './second-factor.js';
 import { el, field, showStatus } from './ui.js';
 
 // The host ends a session after this long without a request (its default; the API does not say).
@@ -53,6 +54,12 @@ function loginDialog(userName) {
       el('p', { text: t('session.endedText') }),
       field('relogin-user', t('fields.username'), { value: userName, autocomplete: 'username', autocapitalize: 'off', spellcheck: 'false' }),
       field('relogin-password', t('fields.password'), { type: 'password', autocomplete: 'current-password' }),
+      // A user with a second factor answers the code step here too: an app's code or a recovery code.
+      el(
+        'div',
+        { class: 'relogin-code', hidden: true },
+        field('relogin-code', t('session.codeLabel'), { autocomplete: 'one-time-code', autocapitalize: 'off', spellcheck: 'false' }),
+      ),
       el(
         'div',
         { class: 'actions' },
@@ -63,19 +70,37 @@ function loginDialog(userName) {
     );
     const dialog = el('dialog', { 'aria-labelledby': titleId }, form);
     let loggedIn = false;
+    let challenge = null;
+    const codeField = form.querySelector('#relogin-code');
     form.querySelector('button[value="cancel"]').addEventListener('click', () => dialog.close());
     form.addEventListener('submit', async (event) => {
       event.preventDefault();
       const name = form.querySelector('#relogin-user').value.trim();
       const password = form.querySelector('#relogin-password').value;
       try {
-        const answer = await login(name, password);
-        loggedIn = !answer.passwordChangeRequired;
+        let answer;
+        if (challenge) {
+          const code = codeOf(codeField.value);
+          answer = await loginSecondFactor(challenge, code ? { code } : { recoveryCode: recoveryCodeOf(codeField.value) });
+        } else {
+          answer = await login(name, password);
+          if (answer.secondFactorRequired) {
+            challenge = answer.challenge;
+            for (const input of form.querySelectorAll('#relogin-user, #relogin-password')) input.closest('.field').hidden = true;
+            form.querySelector('.relogin-code').hidden = false;
+            showStatus(status, '', 'ok');
+            codeField.focus();
+            return;
+          }
+        }
+        // A session that must first change its password or set up a second factor cannot go on here.
+        loggedIn = !answer.passwordChangeRequired && !answer.secondFactorEnrolmentRequired;
         dialog.close();
       } catch (error) {
         const wait = error.retryAfter ? ` ${t('login.wait', { seconds: error.retryAfter })}` : '';
         showStatus(status, `${t('login.failed')}${wait}`, 'error');
         form.querySelector('#relogin-password').value = '';
+        codeField.value = '';
       }
     });
     dialog.addEventListener('close', () => {

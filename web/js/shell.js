@@ -1,7 +1,7 @@
 // The frame of every page after login: header with navigation, language switch and logout;
-// sends visitors without a session to the login page and users with a pending password change to
-// the password page.
-import { call, getSession, logout } from './api.js';
+// sends visitors without a session to the login page and users with a pending password change or a
+// second factor still to set up to the password page.
+import { call, getSession, logout, onEnrolmentRequired } from './api.js';
 import { applyTranslations, currentLanguage, has, initI18n, setLanguage, t } from './i18n.js';
 import { keepSession } from './session-keeper.js';
 import { $, el, showError, showStatus } from './ui.js';
@@ -33,11 +33,13 @@ export function languageSwitch(languages) {
 
 async function addNavigation(nav, session) {
   const links = [];
-  const probes = await Promise.allSettled([
-    call('UserManagementDp', 'IsUserAuthenticationRequired'),
-    call('LdapDp', 'IsLdapConfigurationEnabled'),
-  ]);
-  if (!session.passwordChangeRequired) {
+  // A session that must change its password or set up its second factor first has only its own
+  // page (the host refuses the rest, so nothing is asked).
+  if (!session.passwordChangeRequired && !session.secondFactorEnrolmentRequired) {
+    const probes = await Promise.allSettled([
+      call('UserManagementDp', 'IsUserAuthenticationRequired'),
+      call('LdapDp', 'IsLdapConfigurationEnabled'),
+    ]);
     if (probes[0].status === 'fulfilled') links.push(['/pages/UserManager', 'nav.userManager']);
     if (probes[0].status === 'fulfilled') links.push(['/security-log.html', 'nav.securityLog']);
     if (probes[1].status === 'fulfilled') links.push(['/pages/LdapConfiguration', 'nav.ldap']);
@@ -84,6 +86,8 @@ export function renderHeader(session, languages) {
   addNavigation(nav, session);
 }
 
+// allowPendingChange: the page serves a session that must change its password or set up its second
+// factor first (only the own password page does).
 export async function initPage({ allowPendingChange = false } = {}) {
   const languages = await initI18n();
   const session = await getSession();
@@ -91,12 +95,14 @@ export async function initPage({ allowPendingChange = false } = {}) {
     goToLogin();
     return null;
   }
-  if (session.passwordChangeRequired && !allowPendingChange) {
+  if ((session.passwordChangeRequired || session.secondFactorEnrolmentRequired) && !allowPendingChange) {
     location.assign('/password.html');
     return null;
   }
   renderHeader(session, languages);
   if (session.loggedIn) keepSession(session);
+  // Held to the set-up of a second factor while the page is open: the own password page holds it.
+  if (!allowPendingChange) onEnrolmentRequired(() => location.assign('/password.html'));
   document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;
   document.addEventListener('languagechange', () => {
     document.title = `${t(document.body.dataset.titleKey || 'app.title')} – ${t('app.title')}`;

@@ -6,6 +6,7 @@ import { initBlockList } from './um/block-list.js';
 import { initLoginText } from './um/login-text.js';
 import { initRestart } from './um/restart.js';
 import { initRulesets } from './um/rulesets.js';
+import { initSecondFactorPolicy } from './um/second-factor-policy.js';
 import { hasChanges } from './um/section.js';
 import { initSessionPolicy } from './um/session-policy.js';
 import { initTabs } from './um/tabs.js';
@@ -20,7 +21,7 @@ async function main() {
     if (hasChanges()) event.preventDefault();
   });
   initRestart();
-  await Promise.all([initUsers(session), initAuthRequired(), initRulesets(), initBlockList(), initSessionPolicy(), initLoginText()]);
+  await Promise.all([initUsers(session), initAuthRequired(), initRulesets(), initBlockList(), initSessionPolicy(), initLoginText(), initSecondFactorPolicy()]);
   document.body.dataset.ready = 'true';
 }
 

@@ -11,6 +11,7 @@ const sortValues = {
   // A password that never expires (0) sorts after every expiring one.
   expiry: (user) => (user.passwordInfo && user.passwordInfo.timeToExpire) || Number.POSITIVE_INFINITY,
   initial: (user) => (user.passwordInfo && user.passwordInfo.isUsingInitialPassword ? 1 : 0),
+  secondFactor: (user) => (user.secondFactor ? 1 : 0),
 };
 
 const collator = new Intl.Collator(undefined, { numeric: true, sensitivity: 'base' });

@@ -1,6 +1,6 @@
 // The user list and what an administrator does with a user: add (with roles), edit roles and
-// admin ruleset, set the password, remove.
-import { call } from '../api.js';
+// admin ruleset, set the password, reset the second factor, remove.
+import { call, listSecondFactorUsers, resetSecondFactor } from '../api.js';
 import { formBody, maxPasswordBytes, utf8Length } from '../form-body.js';
 import { InputError } from '../errors.js';
 import { t } from '../i18n.js';
@@ -40,6 +40,11 @@ function cell(labelKey, content) {
   return td;
 }
 
+function secondFactorText(user) {
+  if (user.secondFactor === undefined) return t('um.secondFactor.unknown');
+  return user.secondFactor ? t('um.secondFactor.enrolled') : t('um.secondFactor.none');
+}
+
 function renderRow(user) {
   const info = user.passwordInfo || {};
   const name = user.userName;
@@ -47,6 +52,9 @@ function renderRow(user) {
     el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.editFor', { name }), text: t('um.users.edit'), onclick: () => editUser(user) }),
     el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.users.passwordFor', { name }), text: t('um.users.setPassword'), onclick: () => setPassword(user) }),
   ];
+  if (user.secondFactor) {
+    actions.push(el('button', { type: 'button', class: 'secondary', 'aria-label': t('um.secondFactor.resetFor', { name }), text: t('um.secondFactor.reset'), onclick: () => resetUserSecondFactor(name) }));
+  }
   if (removable(user, config.usersConfig, ownName)) {
     actions.push(el('button', { type: 'button', class: 'danger', 'aria-label': t('um.users.removeFor', { name }), text: t('um.users.remove'), onclick: () => removeUser(name) }));
   }
@@ -59,6 +67,7 @@ function renderRow(user) {
     cell('um.users.state', stateText(info)),
     cell('um.users.expiry', expiryText(info)),
     cell('um.users.initial', info.isUsingInitialPassword ? t('common.yes') : t('common.no')),
+    cell('um.secondFactor.heading', secondFactorText(user)),
     cell('um.users.actions', el('div', { class: 'row-actions' }, ...actions)),
   );
 }
@@ -88,7 +97,12 @@ function renderRoleBoxes() {
 
 // Reads the list again after a change; the change's success is reported only once the list shows it.
 async function refresh() {
-  config = await call('UserManagementDp', 'GetUserManagementConfig');
+  const [users, enrolled] = await Promise.allSettled([call('UserManagementDp', 'GetUserManagementConfig'), listSecondFactorUsers()]);
+  if (users.status === 'rejected') throw users.reason;
+  config = users.value;
+  // Who has a second factor comes from the host; without that answer the column says "unknown".
+  const marked = enrolled.status === 'fulfilled' ? new Set(enrolled.value.filter((u) => u.enrolled !== false).map((u) => u.userName)) : null;
+  for (const user of config.usersConfig) user.secondFactor = marked ? marked.has(user.userName) : undefined;
   render();
   renderRoleBoxes();
 }
@@ -160,6 +174,18 @@ async function removeUser(name) {
     await call('UserManagementDp', 'RemoveUser', { body: formBody([['username', name]]) });
     await refresh();
     showStatus(listStatus(), t('um.users.removed', { name }));
+  } catch (error) {
+    showError(listStatus(), error);
+  }
+}
+
+async function resetUserSecondFactor(name) {
+  clearStatusesAround(listStatus());
+  if (!(await confirmDialog(t('um.secondFactor.resetQuestion', { name }), t('um.secondFactor.reset')))) return;
+  try {
+    await resetSecondFactor(name);
+    await refresh();
+    showStatus(listStatus(), t('um.secondFactor.resetDone', { name }));
   } catch (error) {
     showError(listStatus(), error);
   }
