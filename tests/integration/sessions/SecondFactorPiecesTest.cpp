@@ -2,6 +2,8 @@
 // clock the test moves, the key URI, and the QR code's drawing read back by a QR reader.
 #include <gtest/gtest.h>
 
+#include "FakeClock.h"
+
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -18,11 +20,6 @@ namespace Kyr::WbmHost {
 namespace {
 
 using namespace std::chrono_literals;
-
-struct FakeClock {
-    SteadyClock::time_point now = SteadyClock::time_point() + 1000h;
-    NowFunction Function() { return [this] { return now; }; }
-};
 
 TEST(LoginChallengesTest, BoundToTheAddressAndAliveFiveMinutes) {
     FakeClock clock;

@@ -1,6 +1,8 @@
 // The host's session store and login waits, with a clock the test moves (limits of minutes).
 #include <gtest/gtest.h>
 
+#include "FakeClock.h"
+
 #include "session/LoginThrottle.h"
 #include "session/SessionStore.h"
 
@@ -8,11 +10,6 @@ namespace Kyr::WbmHost {
 namespace {
 
 using namespace std::chrono_literals;
-
-struct FakeClock {
-    SteadyClock::time_point now = SteadyClock::time_point() + 1000h;
-    NowFunction Function() { return [this] { return now; }; }
-};
 
 TEST(SessionStoreTest, SessionsEndWhenIdleOrTooOld) {
     FakeClock clock;
