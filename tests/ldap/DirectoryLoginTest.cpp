@@ -12,19 +12,7 @@ namespace {
 using E = Um::UserManagerConfigError;
 using Ps::LoginOutcome;
 
-const std::string Ldif = R"(dn: dc=example,dc=test
-objectClass: dcObject
-objectClass: organization
-dc: example
-o: Example Plant
-
-dn: cn=reader,dc=example,dc=test
-objectClass: person
-cn: reader
-sn: Reader
-userPassword: Reader-Secret-1
-
-dn: ou=people,dc=example,dc=test
+const std::string Ldif = Kyr::Testing::ExampleBaseLdif + R"(dn: ou=people,dc=example,dc=test
 objectClass: organizationalUnit
 ou: people
 

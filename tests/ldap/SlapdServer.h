@@ -55,4 +55,19 @@ private:
 // A loopback port on which nothing listens.
 int ClosedPort();
 
+// The directory's base entry and the service account that both directory test suites start from.
+inline const std::string ExampleBaseLdif = R"(dn: dc=example,dc=test
+objectClass: dcObject
+objectClass: organization
+dc: example
+o: Example Plant
+
+dn: cn=reader,dc=example,dc=test
+objectClass: person
+cn: reader
+sn: Reader
+userPassword: Reader-Secret-1
+
+)";
+
 } // namespace Kyr::Testing

@@ -13,19 +13,7 @@ using Kyr::Testing::ReadFileText;
 using Kyr::Testing::SlapdServer;
 using Kyr::Testing::TestCertificates;
 
-const std::string Ldif = R"(dn: dc=example,dc=test
-objectClass: dcObject
-objectClass: organization
-dc: example
-o: Example Plant
-
-dn: cn=reader,dc=example,dc=test
-objectClass: person
-cn: reader
-sn: Reader
-userPassword: Reader-Secret-1
-
-dn: uid=alice,dc=example,dc=test
+const std::string Ldif = Kyr::Testing::ExampleBaseLdif + R"(dn: uid=alice,dc=example,dc=test
 objectClass: inetOrgPerson
 uid: alice
 cn: Alice
