@@ -19,19 +19,9 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 get_target_property(kyrPlatformLibraries kyr_platform INTERFACE_LINK_LIBRARIES)
 install(TARGETS wbm-host RUNTIME DESTINATION ${kyrPrivateDir}/bin)
 install(TARGETS kyr_wbm_um kyr_directory_client ${kyrPlatformLibraries} LIBRARY DESTINATION ${kyrPrivateDir}/lib)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/web/ DESTINATION share/${KYR_PACKAGE_NAME}/web)
-# The pages go in gzip-compressed (the host sends them so, or inflated to a client that does not take
-# gzip): a third of the flash, and less to send over a slow link.
-string(CONFIGURE [[
-  file(GLOB_RECURSE kyrPages LIST_DIRECTORIES false "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/@KYR_PACKAGE_NAME@/web/*")
-  foreach(page IN LISTS kyrPages)
-    if(NOT page MATCHES "\\.gz$")
-      file(ARCHIVE_CREATE OUTPUT "${page}.gz" PATHS "${page}" FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9)
-      file(REMOVE "${page}")
-    endif()
-  endforeach()
-]] kyrCompressPages @ONLY)
-install(CODE "${kyrCompressPages}")
+# The pages as they ship, minified and gzip-compressed (cmake/Pages.cmake): the host sends them so,
+# or inflated to a client that does not take gzip.
+install(DIRECTORY ${kyrShippedPages}/ DESTINATION share/${KYR_PACKAGE_NAME}/web)
 # One command on the PATH for trying options by hand (the host finds its libraries through its real path).
 file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/packaging)
 file(CREATE_LINK ../${kyrPrivateDir}/bin/wbm-host ${CMAKE_CURRENT_BINARY_DIR}/packaging/wbm-host SYMBOLIC)

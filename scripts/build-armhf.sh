@@ -32,8 +32,11 @@ native="$(dpkg --print-architecture)"
 # Build machine tools (qemu-user runs the armhf tests) and the target's libraries. RapidJSON is
 # headers only and architecture-independent. rsyslog and openssl are the audit tests' syslog collector
 # and its test CA, run natively.
-host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user
+host_packages=(cmake make pkg-config ccache crossbuild-essential-armhf rapidjson-dev qemu-user zopfli
   rsyslog rsyslog-openssl openssl)
+# Node.js and npm build the shipped pages; each only when its command is missing (see install-deps.sh).
+command -v node >/dev/null || host_packages+=(nodejs)
+command -v npm >/dev/null || host_packages+=(npm)
 target_packages=(
   libfmt-dev libboost1.81-dev libexpat1-dev zlib1g-dev
   libsqlite3-dev libsodium-dev libssl-dev libldap-dev liboath-dev libqrencode-dev

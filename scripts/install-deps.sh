@@ -16,7 +16,14 @@ packages=(
   rsyslog rsyslog-openssl slapd ldap-utils openssl
   # A QR reader reads back the QR codes that the host draws for authenticator apps.
   zbar-tools
+  # The shipped pages are compressed with zopfli (their minifiers come from npm).
+  zopfli
 )
+# Node.js and npm build the shipped pages and run the browser tests. npm comes with some Node.js
+# packages and conflicts with a separate npm package there, so each is installed only when its
+# command is missing.
+command -v node >/dev/null || packages+=(nodejs)
+command -v npm >/dev/null || packages+=(npm)
 # Extra packages named on the command line (e.g. the browser tests' chromium); --sanitizers adds
 # what the presets fuzz and tsan need: Clang with its sanitizer and libFuzzer runtimes, and the
 # symbolizer for readable reports.

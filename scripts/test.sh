@@ -11,11 +11,6 @@ cmake --build --preset asan -j"$jobs"
 ctest --preset asan -j"$jobs"
 
 # Browser tests: Debian's Chromium driven by playwright-core (from npm) against a wbm-host of this
-# build. npm comes with some Node.js packages and conflicts with a separate npm package there, so
-# each of the three is installed only when its command is missing.
-browser_packages=()
-command -v chromium >/dev/null || browser_packages+=(chromium)
-command -v node >/dev/null || browser_packages+=(nodejs)
-command -v npm >/dev/null || browser_packages+=(npm)
-scripts/install-deps.sh "${browser_packages[@]}"
+# build, serving the pages as they ship (minified and compressed, in build/asan/web).
+command -v chromium >/dev/null || scripts/install-deps.sh chromium
 (cd tests/browser && npm ci --no-audit --no-fund --loglevel=error && KYR_BUILD_DIR=build/asan node --test --test-concurrency=1)

@@ -1,18 +1,20 @@
 // Starts wbm-host of the build on a free loopback port with a temporary data directory, and stops
-// it. The host finds the module beside it and copies the default settings into the data directory.
+// it. The host finds the module beside it and copies the default settings into the data directory;
+// it serves the pages as they ship (minified and compressed, built into the build folder's web).
 // It may serve HTTP or HTTPS (with a certificate of its own): both start lines are understood.
 import { spawn } from 'node:child_process';
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { buildDir } from './paths.js';
+import { buildDir, shippedWebRoot } from './paths.js';
 
 // adminPassword: null lets the host generate one. options.args: further wbm-host options;
 // options.dataDir: a data directory kept by the caller.
 export async function startHost(adminPassword, { args: extra = [], dataDir: givenDir } = {}) {
   const dataDir = givenDir || fs.mkdtempSync(path.join(os.tmpdir(), 'wbm-browser-data-'));
   const given = adminPassword === null ? [] : ['--admin-password', adminPassword];
-  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--hash-cost', 'min', ...given, ...extra];
+  const args = ['--listen', '127.0.0.1:0', '--data-dir', dataDir, '--web-root', shippedWebRoot, '--hash-cost', 'min',
+    ...given, ...extra];
   const child = spawn(path.join(buildDir, 'bin', 'wbm-host'), args);
   let log = '';
   const ended = new Promise((resolve) => child.on('close', (code, signal) => resolve(signal ?? code)));

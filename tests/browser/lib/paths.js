@@ -5,4 +5,6 @@ import { fileURLToPath } from 'node:url';
 export const repoRoot = fileURLToPath(new URL('../../../', import.meta.url));
 export const buildDir = path.resolve(repoRoot, process.env.KYR_BUILD_DIR || 'build/asan');
 export const webRoot = path.join(repoRoot, 'web');
+// The pages as the build ships them (minified, gzip-compressed): what the browser tests serve.
+export const shippedWebRoot = path.join(buildDir, 'web');
 export const screenshotDir = path.join(buildDir, 'browser-screenshots');
