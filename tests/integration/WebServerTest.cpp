@@ -201,6 +201,22 @@ TEST(WebServerStartTest, AnAddressInUseIsRefusedBeforeAnythingIsMade) {
     EXPECT_EQ(WebClient(first.Port()).Get("/api/session").status, 200);
 }
 
+// A line per request costs about as much as a small answer: it is written only when asked for.
+TEST(WebServerStartTest, AnsweredRequestsAreLoggedOnlyWithTheAccessLog) {
+    for (const bool accessLog : {false, true}) {
+        TempDir temp;
+        std::vector<std::string> arguments;
+        if (accessLog) arguments.push_back("--access-log");
+        {
+            HostProcess host(temp.Path() / "data", arguments);
+            EXPECT_EQ(WebClient(host.Port()).Get("/api/session").status, 200);
+            EXPECT_EQ(host.Stop(), 0);
+        }
+        const bool logged = Kyr::Testing::ReadFileText(temp.Path() / "data.host.log").find("GET /api/session 200") != std::string::npos;
+        EXPECT_EQ(logged, accessLog) << (accessLog ? "with" : "without") << " --access-log";
+    }
+}
+
 TEST(WebServerStartTest, StopLetsTheAnswerInFlightFinish) {
     TempDir temp;
     // A costly hash keeps the login under way while the host is told to stop.

@@ -72,6 +72,7 @@ ServerLimits LimitsFrom(const HostOptions& options) {
     ServerLimits limits;
     limits.maxConnections = options.maxConnections;
     limits.maxConnectionsPerAddress = options.maxConnectionsPerAddress;
+    limits.logEveryAnswer = options.accessLog;
     return limits;
 }
 

@@ -24,6 +24,8 @@ Kyr::String HostUsage() {
            "  --no-tls                       serve plain HTTP (tests, or behind a TLS reverse proxy)\n"
            "  --max-connections N            open connections in all (default 2048)\n"
            "  --max-connections-per-address N  open connections from one IP address (default 64)\n"
+           "  --access-log                   log every answered request (address, method, path, status); without\n"
+           "                                 it only answers that report a fault of the server (5xx) are logged\n"
            "  --data-dir DIR                 database, security log and files (default ./data; created if missing)\n"
            "  --module FILE                  the module library (default: ../lib/" KYR_MODULE_FILE_NAME " beside the host)\n"
            "  --settings FILE                module settings (default DATA-DIR/UmWbmModuleSettings.xml,\n"
@@ -118,6 +120,10 @@ ParsedOptions ParseHostOptions(const std::vector<Kyr::String>& arguments, const 
             }
             if (name == "--no-tls" && !value) {
                 options.tls = false;
+                continue;
+            }
+            if (name == "--access-log" && !value) {
+                options.accessLog = true;
                 continue;
             }
             auto setter = valued.find(name);

@@ -30,6 +30,7 @@ struct HostOptions {
     int httpRedirectPort = -1;   // a plain-HTTP listener that only redirects to HTTPS; -1: none
     std::size_t maxConnections = ServerLimits{}.maxConnections;
     std::size_t maxConnectionsPerAddress = ServerLimits{}.maxConnectionsPerAddress;
+    bool accessLog = ServerLimits{}.logEveryAnswer;
     Kyr::PlatformServices::AuditOptions audit; // --syslog, --audit-max-records, ...
 };
 

@@ -164,7 +164,8 @@ private:
 
     void Write(HttpResponse response, const std::string& method, const std::string& path) {
         const bool close = response.closeConnection || !keepAlive || stopping;
-        HttpServer::LogInfo("{0} {1} {2} {3}", Address(), OneLine(method, 16), OneLine(path, 256), response.status);
+        if (context.limits.logEveryAnswer || response.status >= 500)
+            HttpServer::LogInfo("{0} {1} {2} {3}", Address(), OneLine(method, 16), OneLine(path, 256), response.status);
         ApplySecurityHeaders(response, stream.Secure());
         auto message = std::make_shared<http::response<http::string_body>>();
         message->version(11);

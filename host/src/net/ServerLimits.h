@@ -24,6 +24,9 @@ struct ServerLimits {
     std::size_t workerThreads = 4;              // threads for request functions
     std::size_t queuedRequests = 64;            // requests waiting for a worker (503 beyond)
     std::chrono::seconds stopGrace{10};         // answers in flight may finish during a stop
+    bool logEveryAnswer = false;                // a log line per answer (--access-log): a formatted,
+                                                // written line costs about as much as a small answer;
+                                                // answers 5xx are logged always
 };
 
 } // namespace Kyr::WbmHost
