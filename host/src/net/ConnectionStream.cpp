@@ -1,10 +1,13 @@
 #include "net/ConnectionStream.h"
 
+#include <boost/asio/basic_waitable_timer.hpp>
+#include <boost/asio/bind_executor.hpp>
 #include <boost/asio/compose.hpp>
 #include <boost/asio/error.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/error.hpp>
 #include <boost/asio/write.hpp>
+#include <boost/beast/core/error.hpp>
 
 #include <openssl/err.h>
 
@@ -13,6 +16,21 @@
 #include <new>
 
 namespace Kyr::WbmHost {
+
+struct ConnectionStream::Lowest {
+    using Timer = boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, executor_type>;
+    explicit Lowest(ConnectionSocket socket) : socket(std::move(socket)), timer(this->socket.get_executor()) {}
+
+    // An operation cancelled because the deadline passed ended by the deadline.
+    boost::system::error_code Outcome(boost::system::error_code error) const {
+        return error == boost::asio::error::operation_aborted && expired ? boost::beast::error::timeout : error;
+    }
+
+    ConnectionSocket socket;
+    Timer timer;
+    bool expired = false;
+    unsigned deadline = 0; // counts the deadlines set, so that an earlier one's late handler does nothing
+};
 
 namespace ConnectionTls {
 
@@ -113,9 +131,9 @@ enum class Kind { Handshake, Shutdown, Read, Write };
 // Runs one OpenSSL call until it succeeds or fails for good: sends what it wrote, reads what it needs.
 class Operation {
 public:
-    Operation(Channel& channel, boost::beast::tcp_stream& next, Kind kind, boost::asio::mutable_buffer into,
+    Operation(Channel& channel, ConnectionStream::Lowest& lowest, Kind kind, boost::asio::mutable_buffer into,
               std::vector<unsigned char> record)
-        : channel(channel), next(next), kind(kind), into(into), record(std::move(record)) {}
+        : channel(channel), lowest(lowest), kind(kind), into(into), record(std::move(record)) {}
 
     template <class Self>
     void operator()(Self& self) {
@@ -124,6 +142,8 @@ public:
 
     template <class Self>
     void operator()(Self& self, boost::system::error_code error, std::size_t bytes) {
+        // The deadline may have passed while this step's completion waited to run: no further step.
+        if (!error && lowest.expired) error = boost::asio::error::operation_aborted;
         if (error) return Finish(self, error);
         if (state == State::Sending) {
             channel.outgoing.clear();
@@ -155,7 +175,7 @@ private:
         outcome = OutcomeOf(channel.ssl, Call());
         if (!channel.outgoing.empty()) {
             state = State::Sending;
-            return boost::asio::async_write(next, boost::asio::buffer(channel.outgoing), std::move(self));
+            return boost::asio::async_write(lowest.socket, boost::asio::buffer(channel.outgoing), std::move(self));
         }
         AfterSending(self);
     }
@@ -176,7 +196,7 @@ private:
         firstRead = false;
         const std::size_t at = channel.incoming.size();
         channel.incoming.resize(at + readRoom);
-        next.async_read_some(boost::asio::buffer(channel.incoming.data() + at, readRoom), std::move(self));
+        lowest.socket.async_read_some(boost::asio::buffer(channel.incoming.data() + at, readRoom), std::move(self));
     }
 
     template <class Self>
@@ -184,11 +204,12 @@ private:
         channel.incoming.resize(channel.incoming.size() - readRoom);
         readRoom = 0;
         channel.GiveBackIdleBuffers();
+        error = lowest.Outcome(error);
         self.complete(error, error ? 0 : transferred);
     }
 
     Channel& channel;
-    boost::beast::tcp_stream& next;
+    ConnectionStream::Lowest& lowest;
     Kind kind;
     boost::asio::mutable_buffer into;  // Read
     std::vector<unsigned char> record; // Write: the pieces gathered into one record
@@ -201,15 +222,22 @@ private:
 
 // A type-erased handler bound to the connection's executor, which is where it runs anyway: Boost
 // 1.81's operations cannot post to the executor that type erasure alone would give it.
-auto Bound(boost::beast::tcp_stream& next, ConnectionStream::Done done) {
-    return boost::asio::bind_executor(next.get_executor(), std::move(done));
+auto Bound(ConnectionStream::Lowest& lowest, ConnectionStream::Done done) {
+    return boost::asio::bind_executor(lowest.socket.get_executor(), std::move(done));
 }
 
-void Run(Channel& channel, boost::beast::tcp_stream& next, Kind kind, boost::asio::mutable_buffer into,
+void Run(Channel& channel, ConnectionStream::Lowest& lowest, Kind kind, boost::asio::mutable_buffer into,
          std::vector<unsigned char> record, ConnectionStream::Done done) {
-    auto handler = Bound(next, std::move(done));
+    auto handler = Bound(lowest, std::move(done));
     boost::asio::async_compose<decltype(handler), ConnectionStream::Signature>(
-        Operation(channel, next, kind, into, std::move(record)), handler, next);
+        Operation(channel, lowest, kind, into, std::move(record)), handler, lowest.socket);
+}
+
+// A plain read's or write's handler: the deadline's outcome, then the caller's handler.
+auto Finishing(const std::shared_ptr<ConnectionStream::Lowest>& lowest, ConnectionStream::Done done) {
+    return Bound(*lowest, [lowest, done = std::move(done)](boost::system::error_code error, std::size_t bytes) mutable {
+        std::move(done)(lowest->Outcome(error), bytes);
+    });
 }
 
 } // namespace
@@ -229,39 +257,65 @@ Channel::Channel(SSL_CTX* context) {
 
 } // namespace ConnectionTls
 
-ConnectionStream::ConnectionStream(boost::beast::tcp_stream&& next) : nextLayer(std::move(next)) {}
-
-ConnectionStream::ConnectionStream(boost::beast::tcp_stream&& next, SSL_CTX* tls)
-    : nextLayer(std::move(next)), channel(std::make_unique<ConnectionTls::Channel>(tls)) {}
+ConnectionStream::ConnectionStream(ConnectionSocket socket) : lowest(std::make_shared<Lowest>(std::move(socket))) {}
 
 ConnectionStream::ConnectionStream(ConnectionStream&&) noexcept = default;
 ConnectionStream::~ConnectionStream() = default;
 
+ConnectionStream::executor_type ConnectionStream::get_executor() noexcept { return lowest->socket.get_executor(); }
+
+ConnectionSocket& ConnectionStream::socket() noexcept { return lowest->socket; }
+
+void ConnectionStream::UseTls(SSL_CTX* tls) { channel = std::make_unique<ConnectionTls::Channel>(tls); }
+
+void ConnectionStream::ExpiresAt(Clock::time_point deadline) {
+    const unsigned current = ++lowest->deadline;
+    lowest->expired = false;
+    lowest->timer.expires_at(deadline); // the earlier wait ends cancelled
+    lowest->timer.async_wait([weak = std::weak_ptr<Lowest>(lowest), current](boost::system::error_code error) {
+        const auto held = weak.lock();
+        if (error || !held || held->deadline != current) return;
+        held->expired = true;
+        boost::system::error_code ignored;
+        held->socket.cancel(ignored); // what is under way ends now, with the deadline's error
+    });
+}
+
+void ConnectionStream::ExpiresNever() {
+    ++lowest->deadline;
+    lowest->expired = false;
+    lowest->timer.cancel();
+}
+
 namespace {
-void CompleteAtOnce(ConnectionStream& stream, ConnectionStream::Done done) {
-    boost::asio::post(stream.get_executor(), [done = std::move(done)]() mutable { std::move(done)(boost::system::error_code(), 0); });
+void CompleteAtOnce(ConnectionStream& stream, ConnectionStream::Done done, boost::system::error_code error = {}) {
+    boost::asio::post(stream.get_executor(), [done = std::move(done), error]() mutable { std::move(done)(error, 0); });
 }
 } // namespace
 
 void ConnectionStream::StartHandshake(boost::asio::const_buffer received, Done done) {
+    if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
     if (!channel) return CompleteAtOnce(*this, std::move(done));
     const auto* bytes = static_cast<const unsigned char*>(received.data());
     channel->incoming.insert(channel->incoming.end(), bytes, bytes + received.size());
-    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Handshake, {}, {}, std::move(done));
+    ConnectionTls::Run(*channel, *lowest, ConnectionTls::Kind::Handshake, {}, {}, std::move(done));
 }
 
 void ConnectionStream::StartShutdown(Done done) {
+    if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
     if (!channel) return CompleteAtOnce(*this, std::move(done));
-    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Shutdown, {}, {}, std::move(done));
+    ConnectionTls::Run(*channel, *lowest, ConnectionTls::Kind::Shutdown, {}, {}, std::move(done));
 }
 
 void ConnectionStream::StartRead(boost::asio::mutable_buffer into, Done done) {
-    if (!channel) return nextLayer.async_read_some(into, ConnectionTls::Bound(nextLayer, std::move(done)));
-    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Read, into, {}, std::move(done));
+    if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
+    if (!channel) return lowest->socket.async_read_some(into, ConnectionTls::Finishing(lowest, std::move(done)));
+    ConnectionTls::Run(*channel, *lowest, ConnectionTls::Kind::Read, into, {}, std::move(done));
 }
 
 void ConnectionStream::StartWrite(std::vector<boost::asio::const_buffer> pieces, Done done) {
-    if (!channel) return nextLayer.async_write_some(pieces, ConnectionTls::Bound(nextLayer, std::move(done)));
+    if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
+    if (!channel) return lowest->socket.async_write_some(pieces, ConnectionTls::Finishing(lowest, std::move(done)));
     // The pieces of an answer (its head comes in many) go out as one record of at most 16 KiB.
     std::vector<unsigned char> record;
     for (const boost::asio::const_buffer& piece : pieces) {
@@ -270,7 +324,7 @@ void ConnectionStream::StartWrite(std::vector<boost::asio::const_buffer> pieces,
         record.insert(record.end(), bytes, bytes + count);
         if (record.size() == 16 * 1024) break;
     }
-    ConnectionTls::Run(*channel, nextLayer, ConnectionTls::Kind::Write, {}, std::move(record), std::move(done));
+    ConnectionTls::Run(*channel, *lowest, ConnectionTls::Kind::Write, {}, std::move(record), std::move(done));
 }
 
 } // namespace Kyr::WbmHost

@@ -28,8 +28,6 @@ using SteadyTime = std::chrono::steady_clock;
 
 namespace {
 
-beast::tcp_stream& Lowest(ConnectionStream& stream) { return stream.next_layer(); }
-
 // The request loop of one connection over an established stream (plain, or TLS after its handshake).
 class HttpSession final : public StoppableConnection, public std::enable_shared_from_this<HttpSession> {
 public:
@@ -50,9 +48,10 @@ public:
     }
 
     void Stop() override {
-        net::dispatch(Lowest(stream).get_executor(), [self = shared_from_this()] {
+        net::dispatch(stream.get_executor(), [self = shared_from_this()] {
             self->stopping = true;
-            if (self->waitingForRequest) Lowest(self->stream).socket().close();
+            boost::system::error_code ignored;
+            if (self->waitingForRequest) self->stream.socket().close(ignored);
         });
     }
 
@@ -69,7 +68,7 @@ private:
         if (buffer.size() > 0 || first) return ReadHead(first ? headDeadline : SteadyTime::now() + context.limits.headTime);
         // Between requests: wait for the first byte of the next one (keep-alive), then the head's own time.
         waitingForRequest = true;
-        Lowest(stream).expires_after(context.limits.keepAliveIdle);
+        stream.ExpiresAfter(context.limits.keepAliveIdle);
         stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
             self->waitingForRequest = false;
             if (error || self->stopping) return self->Close();
@@ -80,7 +79,7 @@ private:
 
     void ReadHead(SteadyTime::time_point deadline) {
         waitingForRequest = buffer.size() == 0;
-        Lowest(stream).expires_at(deadline);
+        stream.ExpiresAt(deadline);
         http::async_read_header(stream, buffer, *parser, [self = shared_from_this()](beast::error_code error, std::size_t) {
             self->waitingForRequest = false;
             self->OnHead(error);
@@ -110,7 +109,7 @@ private:
         if (parser->is_done()) return Dispatch();
 
         parser->body_limit(limit);
-        Lowest(stream).expires_after(context.limits.bodyTime);
+        stream.ExpiresAfter(context.limits.bodyTime);
         if (EqualsIgnoringCase(request.Header("Expect"), "100-continue")) {
             static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
             net::async_write(stream, net::buffer(goOn), [self = shared_from_this()](beast::error_code error, std::size_t) {
@@ -132,7 +131,7 @@ private:
     }
 
     void Dispatch() {
-        Lowest(stream).expires_never();
+        stream.ExpiresNever();
         auto self = shared_from_this();
         const std::string method = request.method, path = request.path;
         if (context.handler.AnswersFromMemory(request)) {
@@ -143,7 +142,7 @@ private:
         const bool queued = context.workers.TryPost([self, request = std::move(request)]() mutable {
             HttpResponse response;
             self->context.handler.Handle(request, response);
-            net::post(Lowest(self->stream).get_executor(), [self, path = std::move(request.path), method = std::move(request.method),
+            net::post(self->stream.get_executor(), [self, path = std::move(request.path), method = std::move(request.method),
                                                             response = std::move(response)]() mutable {
                 self->Write(std::move(response), method, path);
             });
@@ -175,7 +174,7 @@ private:
         message->keep_alive(!close);
         message->prepare_payload();
         keepAlive = true;
-        Lowest(stream).expires_after(context.limits.writeTime);
+        stream.ExpiresAfter(context.limits.writeTime);
         http::async_write(stream, *message, [self = shared_from_this(), message, close](beast::error_code error, std::size_t) {
             if (error || close) return self->Close();
             self->ReadNextRequest(false);
@@ -184,10 +183,10 @@ private:
 
     void Close() {
         if (stream.Secure()) {
-            if (!closing && Lowest(stream).socket().is_open()) {
+            if (!closing && stream.socket().is_open()) {
                 closing = true;
                 // A TLS close notification, briefly; a client that does not answer it is not waited for.
-                Lowest(stream).expires_after(std::chrono::seconds(1));
+                stream.ExpiresAfter(std::chrono::seconds(1));
                 stream.async_shutdown([self = shared_from_this()](beast::error_code, std::size_t) { self->CloseSocket(); });
                 return;
             }
@@ -197,8 +196,8 @@ private:
 
     void CloseSocket() {
         beast::error_code ignored;
-        Lowest(stream).socket().shutdown(tcp::socket::shutdown_both, ignored);
-        Lowest(stream).socket().close(ignored);
+        stream.socket().shutdown(tcp::socket::shutdown_both, ignored);
+        stream.socket().close(ignored);
     }
 
     std::shared_ptr<void> streamContext; // what the stream refers to (the TLS context), kept while it lives
@@ -223,13 +222,13 @@ std::size_t BufferLimit(const ServerLimits& limits) { return limits.headBytes + 
 // shakes hands; only then is the TLS state of the connection allocated.
 class TlsHandshake final : public std::enable_shared_from_this<TlsHandshake> {
 public:
-    TlsHandshake(tcp::socket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context)
-        : tcpStream(std::move(socket)), buffer(BufferLimit(context.limits)), slot(std::move(slot)), tls(std::move(tls)),
+    TlsHandshake(ConnectionSocket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context)
+        : stream(std::move(socket)), buffer(BufferLimit(context.limits)), slot(std::move(slot)), tls(std::move(tls)),
           context(context), deadline(SteadyTime::now() + context.limits.headTime) {}
 
     void Start() {
-        tcpStream.expires_at(deadline);
-        tcpStream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+        stream.ExpiresAt(deadline);
+        stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
             if (error) return;
             self->buffer.commit(bytes);
             self->OnFirstBytes();
@@ -240,13 +239,13 @@ private:
     void OnFirstBytes() {
         const auto* first = static_cast<const unsigned char*>(buffer.data().data());
         if (first[0] != 0x16) return RefusePlainHttp(); // not a TLS handshake record
-        tlsStream.emplace(std::move(tcpStream), tls->native_handle());
-        tlsStream->async_handshake(buffer.data(),
+        stream.UseTls(tls->native_handle());
+        stream.async_handshake(buffer.data(),
                                    [self = shared_from_this()](beast::error_code error, std::size_t) {
                                        if (error) return;
                                        self->buffer.consume(self->buffer.size()); // the stream took them all
                                        auto session = std::make_shared<HttpSession>(
-                                           std::move(*self->tlsStream), std::move(self->buffer), std::move(self->slot),
+                                           std::move(self->stream), std::move(self->buffer), std::move(self->slot),
                                            self->context, self->deadline, self->tls);
                                        session->Start();
                                    });
@@ -257,15 +256,14 @@ private:
                                                       "Connection: close\r\nContent-Length: ") +
                                           std::to_string(std::string(ErrorText::PlainHttpOnTlsPort).size()) + "\r\n\r\n" +
                                           ErrorText::PlainHttpOnTlsPort;
-        tcpStream.expires_after(context.limits.writeTime);
-        net::async_write(tcpStream, net::buffer(answer), [self = shared_from_this()](beast::error_code, std::size_t) {
+        stream.ExpiresAfter(context.limits.writeTime);
+        net::async_write(stream, net::buffer(answer), [self = shared_from_this()](beast::error_code, std::size_t) {
             beast::error_code ignored;
-            self->tcpStream.socket().shutdown(tcp::socket::shutdown_both, ignored);
+            self->stream.socket().shutdown(tcp::socket::shutdown_both, ignored);
         });
     }
 
-    beast::tcp_stream tcpStream;
-    std::optional<ConnectionStream> tlsStream;
+    ConnectionStream stream; // plain until the first bytes show a TLS handshake
     beast::flat_buffer buffer;
     ConnectionSlot slot;
     std::shared_ptr<net::ssl::context> tls;
@@ -275,15 +273,15 @@ private:
 
 } // namespace
 
-void StartPlainConnection(tcp::socket socket, ConnectionSlot slot, ConnectionContext& context) {
+void StartPlainConnection(ConnectionSocket socket, ConnectionSlot slot, ConnectionContext& context) {
     const auto deadline = SteadyTime::now() + context.limits.headTime;
-    auto session = std::make_shared<HttpSession>(ConnectionStream(beast::tcp_stream(std::move(socket))),
+    auto session = std::make_shared<HttpSession>(ConnectionStream(std::move(socket)),
                                                                      beast::flat_buffer(BufferLimit(context.limits)),
                                                                      std::move(slot), context, deadline);
     session->Start();
 }
 
-void StartTlsConnection(tcp::socket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context) {
+void StartTlsConnection(ConnectionSocket socket, ConnectionSlot slot, std::shared_ptr<net::ssl::context> tls, ConnectionContext& context) {
     std::make_shared<TlsHandshake>(std::move(socket), std::move(slot), std::move(tls), context)->Start();
 }
 

@@ -6,6 +6,7 @@
 
 #include "http/WorkerPool.h"
 #include "net/ConnectionLimits.h"
+#include "net/ConnectionStream.h"
 #include "net/ConnectionRegistry.h"
 #include "net/RequestHandler.h"
 #include "net/ServerLimits.h"
@@ -22,12 +23,12 @@ struct ConnectionContext {
 
 using ConnectionSlot = std::unique_ptr<ConnectionLimits::Slot>;
 
-// Serves HTTP/1.1 on an accepted socket (its executor a strand) until the client or a limit ends it.
-void StartPlainConnection(boost::asio::ip::tcp::socket socket, ConnectionSlot slot, ConnectionContext& context);
+// Serves HTTP/1.1 on an accepted socket until the client or a limit ends it.
+void StartPlainConnection(ConnectionSocket socket, ConnectionSlot slot, ConnectionContext& context);
 
 // The same over TLS. A client that speaks plain HTTP to this port gets a short plain answer saying
 // so, and the connection ends.
-void StartTlsConnection(boost::asio::ip::tcp::socket socket, ConnectionSlot slot,
+void StartTlsConnection(ConnectionSocket socket, ConnectionSlot slot,
                         std::shared_ptr<boost::asio::ssl::context> tls, ConnectionContext& context);
 
 } // namespace Kyr::WbmHost

@@ -1,7 +1,6 @@
 #include "net/WebServer.h"
 
 #include <boost/asio/post.hpp>
-#include <boost/asio/strand.hpp>
 
 #include <algorithm>
 #include <stdexcept>
@@ -84,7 +83,8 @@ void WebServer::Start() {
 void WebServer::Accept(Listener& listener) {
     net::io_context& loop = loops[nextLoop]->io;
     nextLoop = (nextLoop + 1) % loops.size();
-    listener.acceptor.async_accept(net::make_strand(loop), [this, &listener](boost::system::error_code error, tcp::socket socket) {
+    // The connection's socket runs on its loop's own executor: one thread runs each loop.
+    listener.acceptor.async_accept(loop.get_executor(), [this, &listener](boost::system::error_code error, ConnectionSocket socket) {
         if (error == net::error::operation_aborted || !listener.acceptor.is_open()) return;
         if (error) {
             // Out of descriptors, say: try again shortly instead of spinning.
