@@ -7,6 +7,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/error.hpp>
 
+#include <array>
 #include <limits>
 #include <optional>
 
@@ -17,6 +18,7 @@
 #include "http/SecurityHeaders.h"
 #include "net/ConnectionStream.h"
 #include "net/RequestHead.h"
+#include "net/ResponseHead.h"
 
 namespace Kyr::WbmHost {
 
@@ -166,16 +168,14 @@ private:
         if (context.limits.logEveryAnswer || response.status >= 500)
             HttpServer::LogInfo("{0} {1} {2} {3}", Address(), OneLine(method, 16), OneLine(path, 256), response.status);
         ApplySecurityHeaders(response, stream.Secure());
-        auto message = std::make_shared<http::response<http::string_body>>();
-        message->version(11);
-        message->result(static_cast<unsigned>(response.status));
-        for (auto& [name, value] : response.headers) message->insert(name, value);
-        message->body() = std::move(response.body);
-        message->keep_alive(!close);
-        message->prepare_payload();
+        outgoingHead = ResponseHead(response, close);
+        outgoingBody = std::move(response.body);
         keepAlive = true;
         stream.ExpiresAfter(context.limits.writeTime);
-        http::async_write(stream, *message, [self = shared_from_this(), message, close](beast::error_code error, std::size_t) {
+        const std::array<net::const_buffer, 2> answer{net::buffer(outgoingHead), net::buffer(outgoingBody)};
+        net::async_write(stream, answer, [self = shared_from_this(), close](beast::error_code error, std::size_t) {
+            std::string().swap(self->outgoingHead);
+            std::string().swap(self->outgoingBody);
             if (error || close) return self->Close();
             self->ReadNextRequest(false);
         });
@@ -208,6 +208,7 @@ private:
     SteadyTime::time_point headDeadline;
     std::optional<http::request_parser<http::string_body>> parser;
     HttpRequest request;
+    std::string outgoingHead, outgoingBody; // the answer being sent (one at a time)
     bool keepAlive = true;
     bool stopping = false;
     bool closing = false;
