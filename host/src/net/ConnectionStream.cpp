@@ -28,8 +28,10 @@ struct ConnectionStream::Lowest {
 
     ConnectionSocket socket;
     Timer timer;
+    Clock::time_point deadline = Clock::time_point::max(); // max: none
+    Clock::time_point armedAt;                             // when the timer's wait ends, if `armed`
+    bool armed = false;
     bool expired = false;
-    unsigned deadline = 0; // counts the deadlines set, so that an earlier one's late handler does nothing
 };
 
 namespace ConnectionTls {
@@ -268,23 +270,37 @@ ConnectionSocket& ConnectionStream::socket() noexcept { return lowest->socket; }
 
 void ConnectionStream::UseTls(SSL_CTX* tls) { channel = std::make_unique<ConnectionTls::Channel>(tls); }
 
-void ConnectionStream::ExpiresAt(Clock::time_point deadline) {
-    const unsigned current = ++lowest->deadline;
-    lowest->expired = false;
-    lowest->timer.expires_at(deadline); // the earlier wait ends cancelled
-    lowest->timer.async_wait([weak = std::weak_ptr<Lowest>(lowest), current](boost::system::error_code error) {
+namespace {
+// The timer's wait ends at `at`; then it looks at the deadline in force: passed, it cancels what is
+// under way; later, it waits again.
+void Arm(const std::shared_ptr<ConnectionStream::Lowest>& lowest, ConnectionStream::Clock::time_point at) {
+    lowest->armed = true;
+    lowest->armedAt = at;
+    lowest->timer.expires_at(at); // an earlier wait ends cancelled
+    lowest->timer.async_wait([weak = std::weak_ptr<ConnectionStream::Lowest>(lowest)](boost::system::error_code error) {
         const auto held = weak.lock();
-        if (error || !held || held->deadline != current) return;
+        if (error || !held) return; // replaced by an earlier wait, or the connection is gone
+        held->armed = false;
+        if (held->deadline == ConnectionStream::Clock::time_point::max()) return;
+        if (ConnectionStream::Clock::now() < held->deadline) return Arm(held, held->deadline);
         held->expired = true;
         boost::system::error_code ignored;
         held->socket.cancel(ignored); // what is under way ends now, with the deadline's error
     });
 }
+} // namespace
+
+// A wait that ends no later than the new deadline is left as it is: most requests then cost the
+// timer nothing (no system call to move it, no cancelled wait to complete).
+void ConnectionStream::ExpiresAt(Clock::time_point deadline) {
+    lowest->expired = false;
+    lowest->deadline = deadline;
+    if (!lowest->armed || lowest->armedAt > deadline) Arm(lowest, deadline);
+}
 
 void ConnectionStream::ExpiresNever() {
-    ++lowest->deadline;
     lowest->expired = false;
-    lowest->timer.cancel();
+    lowest->deadline = Clock::time_point::max();
 }
 
 namespace {

@@ -1,0 +1,104 @@
+// A connection's deadline over a real socket pair: the read under way ends with the timeout when the
+// deadline passes, not before, whichever way the deadline moved while the timer waited.
+#include <gtest/gtest.h>
+
+#include <boost/asio/connect.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/error.hpp>
+
+#include <chrono>
+#include <optional>
+
+#include "net/ConnectionStream.h"
+
+namespace Kyr::WbmHost {
+namespace {
+
+namespace net = boost::asio;
+using tcp = net::ip::tcp;
+using namespace std::chrono_literals;
+using Clock = ConnectionStream::Clock;
+
+struct Moves {
+    const char* what;
+    std::chrono::milliseconds first;                  // the deadline set before the read
+    std::optional<std::chrono::milliseconds> second;  // set again right after (none: kept)
+    bool never;                                       // then no deadline at all
+    std::chrono::milliseconds clientSendsAfter;       // when the client's byte comes
+    bool expectTimeout;
+    std::chrono::milliseconds atLeast;                // how long the read lasts at least
+};
+
+TEST(ConnectionDeadlineTest, TheReadEndsWhenTheDeadlineInForcePasses) {
+    const Moves cases[] = {
+        {"a deadline that passes", 100ms, std::nullopt, false, 2000ms, true, 90ms},
+        {"moved earlier", 2000ms, 100ms, false, 2000ms, true, 90ms},
+        {"moved later: the earlier wait does not end the read", 50ms, 300ms, false, 2000ms, true, 290ms},
+        {"moved later, and the byte comes in time", 50ms, 600ms, false, 200ms, false, 190ms},
+        {"taken away", 50ms, std::nullopt, true, 200ms, false, 190ms},
+    };
+    for (const Moves& test : cases) {
+        net::io_context io(1);
+        tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
+        tcp::socket client(io);
+        client.connect(acceptor.local_endpoint());
+        ConnectionStream stream(acceptor.accept(io.get_executor()));
+
+        stream.ExpiresAfter(test.first);
+        if (test.second) stream.ExpiresAfter(*test.second);
+        if (test.never) stream.ExpiresNever();
+        char byte = 0;
+        boost::system::error_code outcome = net::error::would_block;
+        const auto started = Clock::now();
+        Clock::duration lasted{};
+        net::steady_timer send(io, test.clientSendsAfter);
+        stream.async_read_some(net::buffer(&byte, 1), [&](boost::system::error_code error, std::size_t) {
+            outcome = error;
+            lasted = Clock::now() - started;
+            send.cancel();
+        });
+        send.async_wait([&](boost::system::error_code error) {
+            if (!error) net::write(client, net::buffer("x", 1));
+        });
+        io.run_for(3s);
+
+        EXPECT_EQ(outcome == boost::beast::error::timeout, test.expectTimeout) << test.what << ": " << outcome.message();
+        if (!test.expectTimeout) {
+            EXPECT_FALSE(outcome) << test.what;
+        }
+        EXPECT_GE(lasted, test.atLeast) << test.what;
+        EXPECT_LT(lasted, test.atLeast + 1000ms) << test.what;
+    }
+}
+
+// Once passed, the deadline also ends what comes after it, until a new one is set.
+TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
+    net::io_context io(1);
+    tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
+    tcp::socket client(io);
+    client.connect(acceptor.local_endpoint());
+    ConnectionStream stream(acceptor.accept(io.get_executor()));
+    char byte = 0;
+    std::vector<boost::system::error_code> outcomes;
+    auto record = [&](boost::system::error_code error, std::size_t) { outcomes.push_back(error); };
+
+    stream.ExpiresAfter(50ms);
+    stream.async_read_some(net::buffer(&byte, 1), record);
+    io.run_for(500ms);
+    io.restart();
+    stream.async_write_some(net::buffer("answer", 6), record);
+    io.run_for(200ms);
+    io.restart();
+    stream.ExpiresAfter(1s);
+    stream.async_write_some(net::buffer("answer", 6), record);
+    io.run_for(200ms);
+
+    ASSERT_EQ(outcomes.size(), 3u);
+    EXPECT_EQ(outcomes[0], boost::beast::error::timeout);
+    EXPECT_EQ(outcomes[1], boost::beast::error::timeout);
+    EXPECT_FALSE(outcomes[2]) << outcomes[2].message();
+}
+
+} // namespace
+} // namespace Kyr::WbmHost
