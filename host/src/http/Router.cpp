@@ -40,29 +40,40 @@ bool Router::AnswersFromMemory(HttpRequest& request) const {
     return route && route->fromMemory && route->fromMemory(request);
 }
 
-bool Router::Match(const Route& route, const std::string& path, std::vector<std::string>& captures) {
+namespace {
+// Walks `path` along the pattern's segments, telling `capture` each captured part; false when the
+// path does not fit. Views only: a request tries many routes, and most do not fit.
+template <class Capture>
+bool Walk(const std::vector<std::string>& segments, std::string_view path, Capture&& capture) {
     if (path.empty() || path[0] != '/') return false;
-    captures.assign(1, path);
     std::size_t start = 1;
-    for (std::size_t i = 0; i < route.segments.size(); ++i) {
-        const std::string& expected = route.segments[i];
-        if (expected == "*" && i + 1 == route.segments.size()) {
-            captures.push_back(path.substr(start));
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        const std::string& expected = segments[i];
+        if (expected == "*" && i + 1 == segments.size()) {
+            capture(path.substr(start));
             return true;
         }
         if (start > path.size()) return false;
         std::size_t end = path.find('/', start);
-        if (end == std::string::npos) end = path.size();
-        const std::string segment = path.substr(start, end - start);
+        if (end == std::string_view::npos) end = path.size();
+        const std::string_view segment = path.substr(start, end - start);
         if (expected == "{}") {
             if (segment.empty()) return false;
-            captures.push_back(segment);
+            capture(segment);
         } else if (segment != expected) {
             return false;
         }
         start = end + 1;
     }
     return start == path.size() + 1;
+}
+} // namespace
+
+bool Router::Match(const Route& route, const std::string& path, std::vector<std::string>& captures) {
+    if (!Walk(route.segments, path, [](std::string_view) {})) return false;
+    captures.assign(1, path);
+    Walk(route.segments, path, [&captures](std::string_view part) { captures.emplace_back(part); });
+    return true;
 }
 
 bool Router::MatchesPath(const std::string& path) const {
