@@ -2,6 +2,8 @@
 // (same two kinds) from this build, and prints, measured side by side in one run:
 //  - keep-alive throughput of GET /api/session and of a reading module function against hello,
 //    at 1, 8 and 64 connections, and HTTPS against HTTP for the same route;
+//  - the same with one connection, client and server on one CPU (what an answer costs, without the
+//    wake-up of a sleeping CPU that a lone connection waits for at every request);
 //  - the latency of a normal request while 1,000 idle and 100 slow connections are open;
 //  - the host's memory: RSS idle after start, peak after the load.
 // Every loop is bounded in requests and time; all traffic stays on 127.0.0.0/8.
@@ -23,6 +25,7 @@
 #include <vector>
 
 #include "KeepAliveLoad.h"
+#include "OneCpu.h"
 #include "OneRequest.h"
 #include "QuietConnections.h"
 #include "ServerProcess.h"
@@ -205,6 +208,37 @@ bool ThroughputTable(Servers& servers, const Options& options, boost::asio::ssl:
     return allMet;
 }
 
+// One connection over plain HTTP with the client and the server on one CPU: no goal, it tells what
+// the single-connection figures above are made of.
+void OneCpuTable(Servers& servers, const Options& options, boost::asio::ssl::context& tls) {
+    struct Row {
+        const char* name;
+        const ServerProcess* server;
+        const char* target;
+        const AdminSession* session;
+        double best = 0;
+    };
+    Row rows[] = {{"hello (yardstick)", servers.helloHttp.get(), "/", nullptr},
+                  {"GET /api/session", servers.hostHttp.get(), sessionRoute, &servers.httpSession},
+                  {"GET .../GetUserManagementConfig", servers.hostHttp.get(), configRoute, &servers.httpSession}};
+    std::uint64_t failures = 0;
+    bool pinned = true;
+    for (unsigned round = 0; round < options.rounds; ++round)
+        for (Row& row : rows) {
+            OneCpu oneCpu(row.server->Pid(), 0);
+            pinned = pinned && oneCpu.Pinned();
+            LoadResult result = Throughput(row.server->Address(), row.target, row.session ? row.session->cookie : "", 1,
+                                           options, tls, failures);
+            row.best = std::max(row.best, result.PerSecond());
+        }
+    std::printf("\nOne connection, HTTP, client and server on one CPU (no CPU has to wake up for an answer; no goal)\n");
+    std::printf("%-32s %9s %8s\n", "route", "HTTP", "x hello");
+    for (const Row& row : rows)
+        std::printf("%-32s %9.0f %8.2f\n", row.name, row.best, row.best / rows[0].best);
+    if (!pinned) std::printf("  (some threads could not be moved to one CPU)\n");
+    if (failures > 0) std::printf("  %llu requests failed\n", static_cast<unsigned long long>(failures));
+}
+
 struct Latency {
     double p50 = 0, p99 = 0, max = 0;
     unsigned answered = 0, failed = 0;
@@ -304,6 +338,7 @@ int main(int argc, char** argv) {
                     std::thread::hardware_concurrency());
         bool met = ThroughputTable(servers, options, tls);
         for (auto* server : servers.All()) servers.memory[server].throughputPeak = MiB(server->StatusKiB("VmHWM"));
+        OneCpuTable(servers, options, tls);
         peakReset = ResetPeaks(servers) && peakReset;
         met = LatencyTable(servers, tls) && met;
         met = MemoryTable(servers, peakReset) && met;
