@@ -224,8 +224,9 @@ private:
 
 // A type-erased handler bound to the connection's executor, which is where it runs anyway: Boost
 // 1.81's operations cannot post to the executor that type erasure alone would give it.
-auto Bound(ConnectionStream::Lowest& lowest, ConnectionStream::Done done) {
-    return boost::asio::bind_executor(lowest.socket.get_executor(), std::move(done));
+template <class Handler>
+auto Bound(ConnectionStream::Lowest& lowest, Handler handler) {
+    return boost::asio::bind_executor(lowest.socket.get_executor(), std::move(handler));
 }
 
 void Run(Channel& channel, ConnectionStream::Lowest& lowest, Kind kind, boost::asio::mutable_buffer into,
@@ -321,6 +322,16 @@ void ConnectionStream::StartShutdown(Done done) {
     if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
     if (!channel) return CompleteAtOnce(*this, std::move(done));
     ConnectionTls::Run(*channel, *lowest, ConnectionTls::Kind::Shutdown, {}, {}, std::move(done));
+}
+
+void ConnectionStream::StartWaitReadable(Done done) {
+    if (lowest->expired) return CompleteAtOnce(*this, std::move(done), boost::beast::error::timeout);
+    if (channel && (channel->incoming.size() > channel->taken || SSL_pending(channel->ssl) > 0))
+        return CompleteAtOnce(*this, std::move(done));
+    lowest->socket.async_wait(ConnectionSocket::wait_read,
+                              ConnectionTls::Bound(*lowest, [lowest = lowest, done = std::move(done)](boost::system::error_code error) mutable {
+                                  std::move(done)(lowest->Outcome(error), 0);
+                              }));
 }
 
 void ConnectionStream::StartRead(boost::asio::mutable_buffer into, Done done) {

@@ -72,6 +72,13 @@ public:
         return boost::asio::async_initiate<Token, Signature>([this](Done done) { StartShutdown(std::move(done)); }, token);
     }
 
+    // Completes when something can be read: bytes on the socket, or, over TLS, bytes already received
+    // or decrypted. Holds no buffer while it waits, so that a quiet connection costs little.
+    template <class Token>
+    auto async_wait_readable(Token&& token) {
+        return boost::asio::async_initiate<Token, Signature>([this](Done done) { StartWaitReadable(std::move(done)); }, token);
+    }
+
     template <class MutableBuffers, class Token>
     auto async_read_some(const MutableBuffers& buffers, Token&& token) {
         boost::asio::mutable_buffer first;
@@ -98,6 +105,7 @@ public:
 private:
     void StartHandshake(boost::asio::const_buffer received, Done done);
     void StartShutdown(Done done);
+    void StartWaitReadable(Done done);
     void StartRead(boost::asio::mutable_buffer into, Done done);
     void StartWrite(std::vector<boost::asio::const_buffer> pieces, Done done);
 

@@ -67,20 +67,26 @@ private:
         parser->header_limit(static_cast<std::uint32_t>(context.limits.headBytes));
         // The body limit depends on the head (a session, the route): it is checked once the head is read.
         parser->body_limit(std::numeric_limits<std::uint64_t>::max());
-        if (buffer.size() > 0 || first) return ReadHead(first ? headDeadline : SteadyTime::now() + context.limits.headTime);
-        // Between requests: wait for the first byte of the next one (keep-alive), then the head's own time.
+        if (buffer.size() > 0) return ReadHead(first ? headDeadline : SteadyTime::now() + context.limits.headTime);
+        // Nothing of the next request yet: wait until something comes, holding no read buffer meanwhile,
+        // so that a quiet connection costs its socket and, over TLS, OpenSSL's state. The first request's
+        // head counts from the connect; between requests a connection may stay idle the keep-alive time.
         waitingForRequest = true;
-        stream.ExpiresAfter(context.limits.keepAliveIdle);
-        stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+        buffer.shrink_to_fit();
+        if (first)
+            stream.ExpiresAt(headDeadline);
+        else
+            stream.ExpiresAfter(context.limits.keepAliveIdle);
+        stream.async_wait_readable([self = shared_from_this(), first](beast::error_code error, std::size_t) {
             self->waitingForRequest = false;
+            // A first request that never came is a head too slow (408); an idle kept-alive connection just ends.
+            if (first && error == beast::error::timeout && !self->stopping) return self->OnHead(error);
             if (error || self->stopping) return self->Close();
-            self->buffer.commit(bytes);
-            self->ReadHead(SteadyTime::now() + self->context.limits.headTime);
+            self->ReadHead(first ? self->headDeadline : SteadyTime::now() + self->context.limits.headTime);
         });
     }
 
     void ReadHead(SteadyTime::time_point deadline) {
-        waitingForRequest = buffer.size() == 0;
         stream.ExpiresAt(deadline);
         http::async_read_header(stream, buffer, *parser, [self = shared_from_this()](beast::error_code error, std::size_t) {
             self->waitingForRequest = false;
@@ -229,10 +235,14 @@ public:
 
     void Start() {
         stream.ExpiresAt(deadline);
-        stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+        // A buffer only once the first bytes are there: a connection that sends nothing holds none.
+        stream.async_wait_readable([self = shared_from_this()](beast::error_code error, std::size_t) {
             if (error) return;
-            self->buffer.commit(bytes);
-            self->OnFirstBytes();
+            self->stream.async_read_some(self->buffer.prepare(1024), [self](beast::error_code error, std::size_t bytes) {
+                if (error) return;
+                self->buffer.commit(bytes);
+                self->OnFirstBytes();
+            });
         });
     }
 

@@ -100,5 +100,34 @@ TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
     EXPECT_FALSE(outcomes[2]) << outcomes[2].message();
 }
 
+// Waiting for a request's first bytes holds no buffer and takes nothing: the bytes are read after it.
+TEST(ConnectionDeadlineTest, WaitingForBytesTakesNoneAndEndsAtTheDeadline) {
+    net::io_context io(1);
+    tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
+    tcp::socket client(io);
+    client.connect(acceptor.local_endpoint());
+    ConnectionStream stream(acceptor.accept(io.get_executor()));
+    std::vector<boost::system::error_code> outcomes;
+    char byte = 0;
+
+    stream.ExpiresAfter(1s);
+    net::write(client, net::buffer("x", 1));
+    stream.async_wait_readable([&](boost::system::error_code error, std::size_t) {
+        outcomes.push_back(error);
+        stream.async_read_some(net::buffer(&byte, 1), [&](boost::system::error_code error, std::size_t) { outcomes.push_back(error); });
+    });
+    io.run_for(500ms);
+    io.restart();
+    stream.ExpiresAfter(50ms);
+    stream.async_wait_readable([&](boost::system::error_code error, std::size_t) { outcomes.push_back(error); });
+    io.run_for(500ms);
+
+    ASSERT_EQ(outcomes.size(), 3u);
+    EXPECT_FALSE(outcomes[0]) << outcomes[0].message();
+    EXPECT_FALSE(outcomes[1]) << outcomes[1].message();
+    EXPECT_EQ(byte, 'x');
+    EXPECT_EQ(outcomes[2], boost::beast::error::timeout);
+}
+
 } // namespace
 } // namespace Kyr::WbmHost
