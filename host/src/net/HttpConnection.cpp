@@ -236,17 +236,27 @@ public:
     void Start() {
         stream.ExpiresAt(deadline);
         // A buffer only once the first bytes are there: a connection that sends nothing holds none.
+        // Then it waits for a place among the handshakes in progress (the deadline still counts).
         stream.async_wait_readable([self = shared_from_this()](beast::error_code error, std::size_t) {
             if (error) return;
-            self->stream.async_read_some(self->buffer.prepare(1024), [self](beast::error_code error, std::size_t bytes) {
-                if (error) return;
-                self->buffer.commit(bytes);
-                self->OnFirstBytes();
+            self->context.handshakes.Enter([self](HandshakeGate::Place place) {
+                net::dispatch(self->stream.get_executor(), [self, place = std::move(place)]() mutable {
+                    self->place = std::move(place);
+                    self->ReadFirstBytes();
+                });
             });
         });
     }
 
 private:
+    void ReadFirstBytes() {
+        stream.async_read_some(buffer.prepare(1024), [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+            if (error) return;
+            self->buffer.commit(bytes);
+            self->OnFirstBytes();
+        });
+    }
+
     void OnFirstBytes() {
         const auto* first = static_cast<const unsigned char*>(buffer.data().data());
         if (first[0] != 0x16) return RefusePlainHttp(); // not a TLS handshake record
@@ -254,6 +264,7 @@ private:
         stream.async_handshake(buffer.data(),
                                    [self = shared_from_this()](beast::error_code error, std::size_t) {
                                        if (error) return;
+                                       self->place.reset(); // the next handshake may start
                                        self->buffer.consume(self->buffer.size()); // the stream took them all
                                        auto session = std::make_shared<HttpSession>(
                                            std::move(self->stream), std::move(self->buffer), std::move(self->slot),
@@ -263,6 +274,7 @@ private:
     }
 
     void RefusePlainHttp() {
+        place.reset();
         static const std::string answer = std::string("HTTP/1.1 400 Bad Request\r\nContent-Type: text/plain; charset=utf-8\r\n"
                                                       "Connection: close\r\nContent-Length: ") +
                                           std::to_string(std::string(ErrorText::PlainHttpOnTlsPort).size()) + "\r\n\r\n" +
@@ -275,6 +287,7 @@ private:
     }
 
     ConnectionStream stream; // plain until the first bytes show a TLS handshake
+    HandshakeGate::Place place; // among the handshakes in progress
     beast::flat_buffer buffer;
     ConnectionSlot slot;
     std::shared_ptr<net::ssl::context> tls;

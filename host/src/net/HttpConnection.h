@@ -7,6 +7,7 @@
 #include "http/WorkerPool.h"
 #include "net/ConnectionLimits.h"
 #include "net/ConnectionStream.h"
+#include "net/HandshakeGate.h"
 #include "net/ConnectionRegistry.h"
 #include "net/RequestHandler.h"
 #include "net/ServerLimits.h"
@@ -19,6 +20,7 @@ struct ConnectionContext {
     RequestHandler& handler;
     WorkerPool& workers;
     ConnectionRegistry& registry;
+    HandshakeGate& handshakes;
 };
 
 using ConnectionSlot = std::unique_ptr<ConnectionLimits::Slot>;

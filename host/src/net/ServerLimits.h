@@ -23,6 +23,8 @@ struct ServerLimits {
     std::size_t ioThreads = 2;                  // network threads for all connections
     std::size_t workerThreads = 4;              // threads for request functions
     std::size_t queuedRequests = 64;            // requests waiting for a worker (503 beyond)
+    std::size_t concurrentHandshakes = 16;      // TLS handshakes in progress at once; further ones wait
+                                                // (each takes about 40 KiB and a key exchange's CPU)
     std::chrono::seconds stopGrace{10};         // answers in flight may finish during a stop
     bool logEveryAnswer = false;                // a log line per answer (--access-log): a formatted,
                                                 // written line costs about as much as a small answer;

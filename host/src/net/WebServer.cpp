@@ -49,7 +49,8 @@ struct WebServer::Listener {
 
 WebServer::WebServer(const ServerLimits& limits)
     : limits(limits), connectionLimits(limits.maxConnections, limits.maxConnectionsPerAddress),
-      loops(MakeLoops(limits.ioThreads)), workers(limits.workerThreads, limits.queuedRequests) {}
+      loops(MakeLoops(limits.ioThreads)), handshakes(limits.concurrentHandshakes),
+      workers(limits.workerThreads, limits.queuedRequests) {}
 
 WebServer::~WebServer() {
     for (auto& loop : loops) loop->io.stop();
@@ -59,7 +60,7 @@ WebServer::~WebServer() {
 
 int WebServer::Listen(const std::string& host, int port, RequestHandler& handler, const TlsContext* tls) {
     auto listener = std::make_unique<Listener>(AcceptingLoop(), handler, tls);
-    contexts.push_back(std::make_unique<ConnectionContext>(ConnectionContext{limits, handler, workers, registry}));
+    contexts.push_back(std::make_unique<ConnectionContext>(ConnectionContext{limits, handler, workers, registry, handshakes}));
     listener->context = contexts.back().get();
     BindAcceptor(listener->acceptor, host, port);
     listener->acceptor.listen(net::socket_base::max_listen_connections);

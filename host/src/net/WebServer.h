@@ -58,6 +58,8 @@ private:
     ConnectionRegistry registry;
     std::vector<std::unique_ptr<ConnectionContext>> contexts;
     std::vector<std::unique_ptr<EventLoop>> loops;
+    // After the loops: destroyed first, it drops the handshakes still waiting while their loops exist.
+    HandshakeGate handshakes;
     std::size_t nextLoop = 0; // the loop of the next connection; only the accepting loop's thread uses it
     WorkerPool workers;
     std::vector<std::unique_ptr<Listener>> listeners;
