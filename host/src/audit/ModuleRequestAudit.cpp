@@ -26,7 +26,7 @@ std::string FormField(const std::string& data, const std::string& name) {
 
 std::string JsonUserName(const std::string& data) {
     rapidjson::Document document;
-    document.Parse(data.c_str(), data.size());
+    document.Parse<rapidjson::kParseIterativeFlag>(data.c_str(), data.size()); // no recursion: any nesting depth
     if (document.HasParseError() || !document.IsObject()) return {};
     auto item = document.FindMember("userConfigItem");
     if (item == document.MemberEnd() || !item->value.IsObject()) return {};
@@ -56,7 +56,7 @@ struct Outcome {
 
 Outcome OutcomeOf(int status, const std::string& answer) {
     rapidjson::Document document;
-    document.Parse(answer.c_str(), answer.size());
+    document.Parse<rapidjson::kParseIterativeFlag>(answer.c_str(), answer.size());
     Outcome outcome;
     if (document.HasParseError() || !document.IsObject()) {
         outcome.errorText = "HTTP status " + std::to_string(status);
