@@ -20,6 +20,19 @@ using tcp = net::ip::tcp;
 using namespace std::chrono_literals;
 using Clock = ConnectionStream::Clock;
 
+// A client socket and the server's stream of the same loopback connection, on one event loop.
+struct Connection {
+    net::io_context io{1};
+    tcp::socket client{io};
+    ConnectionStream stream{Accepted(io, client)};
+
+    static ConnectionSocket Accepted(net::io_context& io, tcp::socket& client) {
+        tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
+        client.connect(acceptor.local_endpoint());
+        return acceptor.accept(io.get_executor());
+    }
+};
+
 struct Moves {
     const char* what;
     std::chrono::milliseconds first;                  // the deadline set before the read
@@ -39,11 +52,8 @@ TEST(ConnectionDeadlineTest, TheReadEndsWhenTheDeadlineInForcePasses) {
         {"taken away", 50ms, std::nullopt, true, 200ms, false, 190ms},
     };
     for (const Moves& test : cases) {
-        net::io_context io(1);
-        tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
-        tcp::socket client(io);
-        client.connect(acceptor.local_endpoint());
-        ConnectionStream stream(acceptor.accept(io.get_executor()));
+        Connection connection;
+        auto& [io, client, stream] = connection;
 
         stream.ExpiresAfter(test.first);
         if (test.second) stream.ExpiresAfter(*test.second);
@@ -74,11 +84,8 @@ TEST(ConnectionDeadlineTest, TheReadEndsWhenTheDeadlineInForcePasses) {
 
 // Once passed, the deadline also ends what comes after it, until a new one is set.
 TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
-    net::io_context io(1);
-    tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
-    tcp::socket client(io);
-    client.connect(acceptor.local_endpoint());
-    ConnectionStream stream(acceptor.accept(io.get_executor()));
+    Connection connection;
+    auto& [io, client, stream] = connection;
     char byte = 0;
     std::vector<boost::system::error_code> outcomes;
     auto record = [&](boost::system::error_code error, std::size_t) { outcomes.push_back(error); };
@@ -102,11 +109,8 @@ TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
 
 // Waiting for a request's first bytes holds no buffer and takes nothing: the bytes are read after it.
 TEST(ConnectionDeadlineTest, WaitingForBytesTakesNoneAndEndsAtTheDeadline) {
-    net::io_context io(1);
-    tcp::acceptor acceptor(io, tcp::endpoint(net::ip::make_address("127.0.0.1"), 0));
-    tcp::socket client(io);
-    client.connect(acceptor.local_endpoint());
-    ConnectionStream stream(acceptor.accept(io.get_executor()));
+    Connection connection;
+    auto& [io, client, stream] = connection;
     std::vector<boost::system::error_code> outcomes;
     char byte = 0;
 
