@@ -84,10 +84,11 @@ double MiB(std::optional<long> kib) { return kib ? static_cast<double>(*kib) / 1
 
 const char* Verdict(bool met) { return met ? "met" : "MISSED"; }
 
-// Memory of one server, MiB: RSS after start, and the peaks of the keep-alive load and of the quiet
+// Memory of one server, MiB: RSS after start (and its anonymous part: the rest are the pages of the
+// program's and its libraries' files), and the peaks of the keep-alive load and of the quiet
 // connections (the peak is started again from the current RSS between the two).
 struct MemoryFigures {
-    double idle = -1, throughputPeak = -1, quietPeak = -1;
+    double idle = -1, idleAnonymous = -1, throughputPeak = -1, quietPeak = -1;
 };
 
 struct Servers {
@@ -130,7 +131,10 @@ Servers StartServers(const Options& options, const fs::path& work) {
         std::vector<std::string>{options.helloBinary, "--listen", "127.0.0.1:0"}, work.string(), "hello-http");
     // Idle: started, nothing asked yet; a moment for the start-up's last allocations to settle.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    for (auto* server : servers.All()) servers.memory[server].idle = MiB(server->StatusKiB("VmRSS"));
+    for (auto* server : servers.All()) {
+        servers.memory[server].idle = MiB(server->StatusKiB("VmRSS"));
+        servers.memory[server].idleAnonymous = MiB(server->StatusKiB("RssAnon"));
+    }
     return servers;
 }
 
@@ -302,15 +306,16 @@ bool LatencyTable(Servers& servers, boost::asio::ssl::context& tls) {
 bool MemoryTable(Servers& servers, bool peakReset) {
     std::printf("\nMemory, MiB (goal for wbm-host: idle <= %.0f, peak under load without logins <= %.0f)\n", idleGoalMiB,
                 peakGoalMiB);
-    std::printf("%-12s %10s %16s %18s\n", "server", "idle RSS", "peak keep-alive", "peak 1,100 quiet");
+    std::printf("%-12s %10s %10s %16s %18s\n", "server", "idle RSS", "anonymous", "peak keep-alive", "peak 1,100 quiet");
     bool allMet = true;
     for (auto* server : servers.All()) {
         const MemoryFigures& figures = servers.memory[server];
         bool met = figures.idle > 0 && figures.idle <= idleGoalMiB && figures.throughputPeak > 0 &&
                    figures.throughputPeak <= peakGoalMiB && figures.quietPeak > 0 && figures.quietPeak <= peakGoalMiB;
         if (!servers.IsHello(server)) allMet = allMet && met;
-        std::printf("%-12s %10.1f %16.1f %18.1f  %s\n", servers.Name(server).c_str(), figures.idle, figures.throughputPeak,
-                    figures.quietPeak, servers.IsHello(server) ? "(yardstick)" : Verdict(met));
+        std::printf("%-12s %10.1f %10.1f %16.1f %18.1f  %s\n", servers.Name(server).c_str(), figures.idle,
+                    figures.idleAnonymous, figures.throughputPeak, figures.quietPeak,
+                    servers.IsHello(server) ? "(yardstick)" : Verdict(met));
     }
     if (!peakReset) std::printf("  (the kernel did not reset the peaks: each includes what came before it)\n");
     return allMet;
