@@ -12,51 +12,6 @@ namespace {
 using E = Um::UserManagerConfigError;
 using Ps::LoginOutcome;
 
-const std::string Ldif = Kyr::Testing::ExampleBaseLdif + R"(dn: ou=people,dc=example,dc=test
-objectClass: organizationalUnit
-ou: people
-
-dn: uid=alice,ou=people,dc=example,dc=test
-objectClass: inetOrgPerson
-uid: alice
-cn: Alice Engineer
-sn: Engineer
-userPassword: Alice-Dir-Pass-1
-
-dn: uid=bob,ou=people,dc=example,dc=test
-objectClass: inetOrgPerson
-uid: bob
-cn: Bob Admin
-sn: Admin
-userPassword: Bob-Dir-Pass-1
-
-dn: uid=carol,ou=people,dc=example,dc=test
-objectClass: inetOrgPerson
-uid: carol
-cn: Carol Visitor
-sn: Visitor
-userPassword: Carol-Dir-Pass-1
-
-dn: ou=groups,dc=example,dc=test
-objectClass: organizationalUnit
-ou: groups
-
-dn: cn=engineers,ou=groups,dc=example,dc=test
-objectClass: groupOfNames
-cn: engineers
-member: uid=alice,ou=people,dc=example,dc=test
-
-dn: cn=admins,ou=groups,dc=example,dc=test
-objectClass: groupOfNames
-cn: admins
-member: uid=bob,ou=people,dc=example,dc=test
-
-dn: cn=visitors,ou=groups,dc=example,dc=test
-objectClass: groupOfNames
-cn: visitors
-member: uid=carol,ou=people,dc=example,dc=test
-)";
-
 constexpr const char* AlicePassword = "Alice-Dir-Pass-1";
 constexpr const char* BobPassword = "Bob-Dir-Pass-1";
 constexpr const char* ConfigObject = "kyr.services.wbm/modules/Um/UserManagerConfig";
@@ -66,7 +21,7 @@ struct Directory {
     Directory()
         : trusted(folder.Path() / "trusted", "Directory Test CA"),
           untrusted(folder.Path() / "untrusted", "Unrelated Test CA"),
-          slapd(trusted, Ldif) {}
+          slapd(trusted) {}
     TempDir folder;
     TestCertificates trusted, untrusted;
     SlapdServer slapd;
@@ -250,7 +205,7 @@ TEST_F(DirectoryLogin, UntrustedCertificateIsRefused) {
 }
 
 TEST_F(DirectoryLogin, StoppedOrSilentServersFailTheDirectoryLoginOnly) {
-    auto server = std::make_unique<SlapdServer>(Dir().trusted, Ldif);
+    auto server = std::make_unique<SlapdServer>(Dir().trusted);
     Configure(File("server = " + server->LdapsUri() + "\n"));
     ASSERT_EQ(Login("alice", AlicePassword).outcome, LoginOutcome::Success);
     server->Stop();

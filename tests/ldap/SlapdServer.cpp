@@ -14,6 +14,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 namespace Kyr::Testing {
 
@@ -66,6 +67,22 @@ TestCertificates::TestCertificates(const std::filesystem::path& folder, const st
         serverKey.string() + " -out " + f + "/server.csr");
     Run("openssl x509 -req -days 2 -in " + f + "/server.csr -CA " + caFile.string() + " -CAkey " + f +
         "/ca.key -CAcreateserial -extfile " + f + "/server.ext -out " + serverCertificate.string());
+}
+
+std::string PeopleAndGroupsLdif() {
+    const std::string people = std::string("ou=people,") + SlapdServer::Suffix, groups = std::string("ou=groups,") + SlapdServer::Suffix;
+    std::string ldif = std::string("dn: ") + SlapdServer::Suffix + "\nobjectClass: dcObject\nobjectClass: organization\ndc: example\no: Plant\n\n" +
+                       "dn: " + SlapdServer::ReaderDn + "\nobjectClass: person\ncn: reader\nsn: Reader\nuserPassword: " +
+                       SlapdServer::ReaderPassword + "\n\n" + "dn: " + people + "\nobjectClass: organizationalUnit\nou: people\n\n" +
+                       "dn: " + groups + "\nobjectClass: organizationalUnit\nou: groups\n\n";
+    for (const auto& [uid, password, group] : {std::tuple<std::string, std::string, std::string>{"alice", "Alice-Dir-Pass-1", "engineers"},
+                                               {"bob", "Bob-Dir-Pass-1", "admins"},
+                                               {"carol", "Carol-Dir-Pass-1", "visitors"}}) {
+        const std::string dn = "uid=" + uid + "," + people;
+        ldif += "dn: " + dn + "\nobjectClass: inetOrgPerson\nuid: " + uid + "\ncn: " + uid + "\nsn: " + uid + "\nuserPassword: " + password + "\n\n";
+        ldif += "dn: cn=" + group + "," + groups + "\nobjectClass: groupOfNames\ncn: " + group + "\nmember: " + dn + "\n\n";
+    }
+    return ldif;
 }
 
 SlapdServer::SlapdServer(const TestCertificates& certificates, const std::string& ldif) {

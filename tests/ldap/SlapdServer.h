@@ -17,13 +17,18 @@ struct TestCertificates {
     std::filesystem::path caFile, serverCertificate, serverKey;
 };
 
+// The entries both directory test suites log in with: the base, the service account
+// cn=reader (password ReaderPassword), and below ou=people and ou=groups alice in "engineers",
+// bob in "admins" and carol in "visitors", each with the password "<Name>-Dir-Pass-1".
+std::string PeopleAndGroupsLdif();
+
 class SlapdServer {
 public:
     static constexpr const char* Suffix = "dc=example,dc=test";
     static constexpr const char* ReaderDn = "cn=reader,dc=example,dc=test";
     static constexpr const char* ReaderPassword = "Reader-Secret-1";
 
-    SlapdServer(const TestCertificates& certificates, const std::string& ldif);
+    SlapdServer(const TestCertificates& certificates, const std::string& ldif = PeopleAndGroupsLdif());
     ~SlapdServer();
     SlapdServer(const SlapdServer&) = delete;
     SlapdServer& operator=(const SlapdServer&) = delete;
@@ -54,20 +59,5 @@ private:
 
 // A loopback port on which nothing listens.
 int ClosedPort();
-
-// The directory's base entry and the service account that both directory test suites start from.
-inline const std::string ExampleBaseLdif = R"(dn: dc=example,dc=test
-objectClass: dcObject
-objectClass: organization
-dc: example
-o: Example Plant
-
-dn: cn=reader,dc=example,dc=test
-objectClass: person
-cn: reader
-sn: Reader
-userPassword: Reader-Secret-1
-
-)";
 
 } // namespace Kyr::Testing

@@ -58,8 +58,3 @@ TEST(WbmRequestHandlerBaseTest, ServiceOfTheWrongTypeIsAnInvalidCast) {
     ASSERT_TRUE(error);
     EXPECT_STREQ(error->what(), "The service does not implement service interface 'Kyr::System::Acf::Services::IAuthorizationService'.");
 }
-
-TEST(WbmPageHandlerBaseTest, DefaultPageIsHiddenFromEverybody) {
-    EXPECT_FALSE(WbmPageHandlerBase().HasPermissions(SecurityToken("s1")));
-    EXPECT_EQ(WbmPageHandlerBase().GetVisibilityAttribute(SecurityToken("s1")), "hidden");
-}

@@ -4,6 +4,7 @@
 #include "ServicesTestSupport.h"
 #include "SyslogConnection.h"
 #include "fakes/SyslogCollector.h"
+#include "fakes/Thrown.h"
 
 namespace Kyr::Testing {
 namespace {
@@ -81,12 +82,9 @@ TEST_F(AuditForwarding, TlsCollectorIsVerifiedWithTheDeviceTrustStore) {
     const CollectorTls other = MakeTestCertificates(collectorFolder.Path() / "other", "Another CA");
     const auto otherStore = Ps::MakeSyslogTlsContext((collectorFolder.Path() / "other").string());
     auto target = Ps::ParseSyslogTarget("tls://127.0.0.1:" + std::to_string(collector.Port()));
-    try {
-        Ps::SyslogConnection connection(target, otherStore, std::chrono::seconds(2));
-        ADD_FAILURE() << "connected to a collector that the trust store does not know";
-    } catch (const Ps::SyslogError& error) {
-        EXPECT_NE(std::string(error.what()).find("certificate"), std::string::npos) << error.what();
-    }
+    const auto error = Thrown<Ps::SyslogError>([&] { Ps::SyslogConnection(target, otherStore, std::chrono::seconds(2)); });
+    ASSERT_TRUE(error) << "connected to a collector that the trust store does not know";
+    EXPECT_NE(std::string(error->what()).find("certificate"), std::string::npos) << error->what();
     EXPECT_THROW(Ps::MakeSyslogTlsContext(directory + "/truststores/empty"), Ps::SyslogError);
 }
 

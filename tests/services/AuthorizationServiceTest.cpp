@@ -44,14 +44,5 @@ TEST_F(Permissions, DecisionsByRole) {
     EXPECT_FALSE(Allowed(InfoObject, "plain-session"));
 }
 
-TEST_F(Permissions, WithoutAuthenticationCallersActAsUnauthenticated) {
-    Open(true);
-    ASSERT_TRUE(Users()->SetAuthenticationRequired(false));
-    // "Unauthenticated" holds nothing by default, not even the user's own information.
-    EXPECT_FALSE(Allowed(InfoObject, nullptr));
-    EXPECT_FALSE(Allowed(ConfigObject, "ended-session"));
-    EXPECT_TRUE(Allowed(ConfigObject, "admin-session")); // logged-in callers keep their roles
-}
-
 } // namespace
 } // namespace Kyr::Testing

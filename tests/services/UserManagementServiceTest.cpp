@@ -36,12 +36,7 @@ TEST_F(UserManagement, FirstStartCreatesAnAdministratorWhoMustChangeThePassword)
     Ps::LoginCheck check = services->CheckLogin("admin", AdminPassword);
     EXPECT_EQ(check.outcome, Ps::LoginOutcome::Success);
     EXPECT_TRUE(check.isAdministrator);
-    EXPECT_TRUE(check.passwordChangeRequired);
-    EXPECT_EQ(services->CheckLogin("admin", "wrong").outcome, Ps::LoginOutcome::WrongCredentials);
-    EXPECT_EQ(services->CheckLogin("nobody", AdminPassword).outcome, Ps::LoginOutcome::WrongCredentials);
-
-    ASSERT_TRUE(Users()->ChangeUserPassword("admin", AdminPassword, "Fresh-Root-Pass-9"));
-    EXPECT_FALSE(services->CheckLogin("admin", "Fresh-Root-Pass-9").passwordChangeRequired);
+    EXPECT_TRUE(check.passwordChangeRequired); // the change itself and wrong logins: integration/LoginTest.cpp
 }
 
 TEST_F(UserManagement, ALoginStoresThePasswordAgainAtAChangedHashCost) {
@@ -164,6 +159,7 @@ TEST_F(UserManagement, TheLastAdministratorStaysAndRolesMustExist) {
     EXPECT_EQ(LastError(), "The last administrator cannot be removed.");
     EXPECT_FALSE(Users()->SetUserRoles("admin", {"Operator"}));
     EXPECT_EQ(LastError(), "The last administrator must keep the role Admin.");
+    EXPECT_TRUE(services->IsAdministrator("admin")) << "the reads answered from memory keep the refused role";
 
     ASSERT_TRUE(Users()->AddUser("henry", "Tulip-pass-1"));
     ASSERT_TRUE(Users()->SetUserRoles("henry", {"Admin", "Operator", "Admin"}));
@@ -178,6 +174,7 @@ TEST_F(UserManagement, TheLastAdministratorStaysAndRolesMustExist) {
     EXPECT_EQ(LastError(), "Unknown role: Wizard");
     EXPECT_FALSE(Users()->SetUserRoles("henry", {"Admin", "Unauthenticated"}));
     EXPECT_EQ(Names(Users()->GetUserRoles("henry")), (std::vector<std::string>{"Admin", "Operator"}));
+    EXPECT_TRUE(services->IsAdministrator("henry"));
 }
 
 TEST_F(UserManagement, AuthenticationCanOnlyBeSwitchedOffWhereAllowed) {

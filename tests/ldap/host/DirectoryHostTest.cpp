@@ -13,58 +13,31 @@ using Kyr::Testing::ReadFileText;
 using Kyr::Testing::SlapdServer;
 using Kyr::Testing::TestCertificates;
 
-const std::string Ldif = Kyr::Testing::ExampleBaseLdif + R"(dn: uid=alice,dc=example,dc=test
-objectClass: inetOrgPerson
-uid: alice
-cn: Alice
-sn: Engineer
-userPassword: Alice-Dir-Pass-1
-
-dn: uid=bob,dc=example,dc=test
-objectClass: inetOrgPerson
-uid: bob
-cn: Bob
-sn: Admin
-userPassword: Bob-Dir-Pass-1
-
-dn: cn=engineers,dc=example,dc=test
-objectClass: groupOfNames
-cn: engineers
-member: uid=alice,dc=example,dc=test
-
-dn: cn=admins,dc=example,dc=test
-objectClass: groupOfNames
-cn: admins
-member: uid=bob,dc=example,dc=test
-)";
-
 struct DirectoryHostTest : HostTest {
-    // Generous timeouts: they cost time only when the directory does not answer, and a machine busy
-    // with other builds may take seconds for a TLS connection of the sanitized host.
-    std::string File(const std::string& engineersRole) const {
-        return "server = " + slapd.LdapsUri() + "\ntrust_store = directory-ca\nconnect_timeout = 10\noperation_timeout = 20\n"
-               "user_base = dc=example,dc=test\nuser_filter = (objectClass=inetOrgPerson)\n"
-               "bind_dn = cn=reader,dc=example,dc=test\nbind_password = Reader-Secret-1\n"
-               "group_base = dc=example,dc=test\n"
-               "group_role = Admin : cn=admins,dc=example,dc=test\n"
-               "group_role = " + engineersRole + " : cn=engineers,dc=example,dc=test\n";
-    }
-    void Configure(WebClient& admin, const std::string& engineersRole) {
+    void Configure(WebClient& admin) {
         std::filesystem::create_directories(DataDir() / "truststores/directory-ca");
         std::filesystem::copy_file(certificates.caFile, DataDir() / "truststores/directory-ca/ca.pem",
                                    std::filesystem::copy_options::overwrite_existing);
-        admin.Call("LdapDp/SetLdapConfiguration", File(engineersRole));
+        // Generous timeouts: they cost time only when the directory does not answer, and a machine busy
+        // with other builds may take seconds for a TLS connection of the sanitized host.
+        admin.Call("LdapDp/SetLdapConfiguration",
+                   "server = " + slapd.LdapsUri() + "\ntrust_store = directory-ca\nconnect_timeout = 10\noperation_timeout = 20\n"
+                   "user_base = ou=people,dc=example,dc=test\nuser_filter = (objectClass=inetOrgPerson)\n"
+                   "bind_dn = cn=reader,dc=example,dc=test\nbind_password = Reader-Secret-1\n"
+                   "group_base = ou=groups,dc=example,dc=test\n"
+                   "group_role = Admin : cn=admins,ou=groups,dc=example,dc=test\n"
+                   "group_role = Engineer : cn=engineers,ou=groups,dc=example,dc=test\n");
         admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=true");
     }
 
     TempDir certificateFolder;
     TestCertificates certificates{certificateFolder.Path(), "Directory Test CA"};
-    SlapdServer slapd{certificates, Ldif};
+    SlapdServer slapd{certificates};
 };
 
 TEST_F(DirectoryHostTest, DirectoryUsersLogInWithTheRolesOfTheMapping) {
     WebClient admin = Admin();
-    Configure(admin, "Engineer");
+    Configure(admin);
 
     WebClient bob = Client();
     ASSERT_EQ(bob.Login("bob", "Bob-Dir-Pass-1").status, 200);
@@ -92,18 +65,11 @@ TEST_F(DirectoryHostTest, DirectoryUsersLogInWithTheRolesOfTheMapping) {
     Answer status = admin.Get("/api/ldap/status");
     ASSERT_EQ(status.status, 200);
     EXPECT_EQ(status.Json()["reached"], true) << status.body;
-
-    // The administrator maps alice's group to "Admin": it counts from her next login.
-    Configure(admin, "Admin");
-    EXPECT_EQ(alice.Get("/api/UserManagementDp/GetUserManagementConfig").status, 403);
-    WebClient again = Client();
-    ASSERT_EQ(again.Login("alice", "Alice-Dir-Pass-1").status, 200);
-    EXPECT_EQ(again.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
 }
 
 TEST_F(DirectoryHostTest, FailedDirectoryLoginsWaitAndAreLoggedWithoutThePassword) {
     WebClient admin = Admin();
-    Configure(admin, "Engineer");
+    Configure(admin);
     WebClient alice = Client();
     Answer refused = alice.Login("alice", "Wrong-Dir-Pass-9");
     EXPECT_EQ(refused.status, 401);
@@ -112,15 +78,11 @@ TEST_F(DirectoryHostTest, FailedDirectoryLoginsWaitAndAreLoggedWithoutThePasswor
     const std::string log = ReadFileText(DataDir() / "security.log");
     EXPECT_NE(log.find("event=\"session.login.failure\" category=\"access\" outcome=\"failure\" user=\"\" address=\"127.0.0.1\" target=\"alice\""), std::string::npos) << log;
     EXPECT_TRUE(FilesContaining(DataDir(), "Wrong-Dir-Pass-9").empty());
-
-    // The directory gone: the local administrator still logs in.
-    slapd.Stop();
-    EXPECT_EQ(Client().Login("admin", AdminPassword).status, 200);
 }
 
 TEST_F(DirectoryHostTest, DirectoryUsersSetUpASecondFactorOnTheDevice) {
     WebClient admin = Admin();
-    Configure(admin, "Engineer");
+    Configure(admin);
     WebClient alice = Client();
     ASSERT_EQ(alice.Login("alice", "Alice-Dir-Pass-1").status, 200);
     Answer started = alice.Post("/api/second-factor/enrolment", "");

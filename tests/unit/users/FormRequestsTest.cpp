@@ -96,15 +96,4 @@ TEST_F(UserAdministration, QueriesAndRestartAnswerWithoutError) {
     EXPECT_EQ(Call("RestartSystem"), ok);
 }
 
-TEST(UserManagementDp, RegistersAllFifteenFunctionsInTableOrder) {
-    const Kyr::Services::Modules::Wbm::Um::Internal::UmHandler handler;
-    EXPECT_EQ(handler.GetRequestFunctionNames(),
-              (std::vector<String>{"GetUserManagementConfig", "GetSessionPolicyConfig", "GetPasswordRoleRulesets",
-                                   "GetPasswordBlockList", "IsUserAuthenticationRequired", "IsAuthenticationDeactivatable",
-                                   "SetSessionPolicyConfig", "SetPasswordBlockList", "SetPasswordRoleRulesets", "AddUser",
-                                   "RemoveUser", "RestartSystem", "SetUserPassword", "ModifyUserConfig",
-                                   "SetAuthenticationRequiredState"}));
-    EXPECT_FALSE(handler.IsAvailable());
-}
-
 } // namespace
