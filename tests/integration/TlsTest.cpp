@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "HostTest.h"
+#include "RawConnection.h"
 
 namespace Kyr::IntegrationTests {
 namespace {
