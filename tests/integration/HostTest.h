@@ -8,6 +8,8 @@
 
 namespace Kyr::IntegrationTests {
 
+inline const char* const PlainUserPassword = "Us3r&Other-Pass!18"; // a PlainUser's own password
+
 // Starts a fresh host (empty data directory, known initial admin password) for each test.
 struct HostTest : ::testing::Test {
     void SetUp() override { Start(); }
@@ -38,9 +40,18 @@ struct HostTest : ::testing::Test {
         Answer login = user.Login(name, password);
         EXPECT_EQ(login.status, 200) << login.body;
         if (login.status == 200 && login.Json()["passwordChangeRequired"].GetBool()) {
-            EXPECT_EQ(user.ChangeOwnPassword(password, "Us3r&Other-Pass!18").Json()["result"], true);
+            EXPECT_EQ(user.ChangeOwnPassword(password, PlainUserPassword).Json()["result"], true);
         }
         return user;
+    }
+
+    // Waits after failed logins (seconds), live sessions per user, and whether administrators wait too.
+    static void SetSessionPolicy(WebClient& admin, int initial, int increment, int maximum, int sessions, bool adminsWait) {
+        admin.Call("UserManagementDp/SetSessionPolicyConfig",
+                   "{\"sessionPolicyParameter\":{\"timeoutInitialSeconds\":" + std::to_string(initial) +
+                       ",\"timeoutIncrementSeconds\":" + std::to_string(increment) + ",\"timeoutMaximumSeconds\":" +
+                       std::to_string(maximum) + ",\"maxConcurrentSessionsCount\":" + std::to_string(sessions) +
+                       ",\"maxSessionTimeMinutes\":60,\"issueTimeoutToAdminUsers\":" + (adminsWait ? "true" : "false") + "}}");
     }
 
     TempDir temp;
