@@ -22,6 +22,13 @@ struct AuditTrailTest : HostTest {
         }
         return events;
     }
+    // The handle of the first session that `admin` lists for `user`, the own one or another.
+    static std::string SessionHandle(WebClient& admin, const std::string& user, bool own) {
+        const auto listed = admin.Get("/api/sessions").Json();
+        for (const auto& session : listed["sessions"].GetArray())
+            if (session["userName"] == user.c_str() && session["own"].GetBool() == own) return session["handle"].GetString();
+        return {};
+    }
 };
 
 TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
@@ -30,12 +37,7 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     EXPECT_EQ(Client().Login("ghost", "wrong").status, 401);
     // Sessions of three users end: by the administrator, by a password set for it, by its removal.
     WebClient eng = PlainUser(admin, "eng"), ops = PlainUser(admin, "ops"), tmp = PlainUser(admin, "tmp");
-    const auto all = admin.Get("/api/sessions").Json();
-    for (const auto& session : all["sessions"].GetArray()) {
-        if (session["userName"] == "eng") {
-            EXPECT_EQ(admin.Post("/api/sessions/" + std::string(session["handle"].GetString()) + "/end", "").status, 200);
-        }
-    }
+    EXPECT_EQ(admin.Post("/api/sessions/" + SessionHandle(admin, "eng", false) + "/end", "").status, 200);
     EXPECT_EQ(eng.Get("/api/session").Json()["loggedIn"], false);
     admin.Call("UserManagementDp/SetUserPassword", "username=ops&newPassword=Us3r&Other-Pass!9&confirmNewPassword=Us3r&Other-Pass!9");
     admin.Call("UserManagementDp/ModifyUserConfig", R"({"userConfigItem":{"userName":"eng","hasAdminRuleset":false,"userRoles":[]}})");
@@ -52,18 +54,14 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=false");
     admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Hello");
     admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");
-    admin.Post("/api/UserManagementDp/AddUser", "username=mallory&password=Secret-Value-99&confirm=x");
+    const auto invalid = admin.Post("/api/UserManagementDp/AddUser", "username=mallory&password=Secret-Value-99&confirm=x");
+    EXPECT_EQ(invalid.Json()["errorText"], "Invalid Request!");
     // A second session of the administrator is ended from the first, one by logout.
     WebClient other = Client();
     ASSERT_EQ(other.Login("admin", AdminPassword).status, 200);
-    Answer sessions = admin.Get("/api/sessions");
-    ASSERT_EQ(sessions.status, 200);
-    std::string otherHandle;
-    const auto listed = sessions.Json();
-    for (const auto& session : listed["sessions"].GetArray())
-        if (!session["own"].GetBool()) otherHandle = session["handle"].GetString();
-    ASSERT_EQ(otherHandle.size(), 32u) << sessions.body;
-    EXPECT_EQ(sessions.body.find(admin.sessionId), std::string::npos) << "a session id left the host";
+    const std::string otherHandle = SessionHandle(admin, "admin", false);
+    ASSERT_EQ(otherHandle.size(), 32u);
+    EXPECT_EQ(admin.Get("/api/sessions").body.find(admin.sessionId), std::string::npos) << "a session id left the host";
     EXPECT_EQ(admin.Post("/api/sessions/" + otherHandle + "/end", "").status, 200);
     EXPECT_EQ(other.Get("/api/session").Json()["loggedIn"], false);
     EXPECT_EQ(admin.Post("/api/sessions/" + otherHandle + "/end", "").status, 404);
@@ -95,6 +93,11 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     EXPECT_EQ(admin.Get("/api/audit?limit=0").status, 400);
     EXPECT_EQ(host->Stop(), 0);
     EXPECT_FALSE(FilesContaining(DataDir(), "host.stopped").empty());
+    // The invalid request reached the security log too, its password nowhere.
+    EXPECT_FALSE(FilesContaining(DataDir(), "Security.Kyr.Services.Wbm.Um.InvalidRequest").empty());
+    EXPECT_NE(host->LogText().find("Security.Kyr.Services.Wbm.Um.InvalidRequest"), std::string::npos);
+    EXPECT_TRUE(FilesContaining(DataDir(), "Secret-Value-99").empty());
+    EXPECT_EQ(host->LogText().find("Secret-Value-99"), std::string::npos);
     host.reset();
 }
 
@@ -107,10 +110,7 @@ TEST_F(AuditTrailTest, OnlyAdministratorsReadTheTrailAndEndOthersSessions) {
     Answer own = user.Get("/api/sessions");
     ASSERT_EQ(own.status, 200);
     EXPECT_EQ(own.Json()["sessions"].Size(), 1u) << own.body;
-    std::string adminHandle;
-    const auto listed = admin.Get("/api/sessions").Json();
-    for (const auto& session : listed["sessions"].GetArray())
-        if (session["own"].GetBool()) adminHandle = session["handle"].GetString();
+    const std::string adminHandle = SessionHandle(admin, "admin", true);
     EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "").status, 404);
     EXPECT_EQ(user.Post("/api/sessions/" + adminHandle + "/end", "", {{"X-CSRF-Token", "x"}}).status, 403);
     EXPECT_EQ(admin.Get("/api/session").Json()["loggedIn"], true);
