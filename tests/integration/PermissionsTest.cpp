@@ -52,23 +52,6 @@ TEST_F(PermissionsTest, PagesFollowSessionAndPageHandler) {
     EXPECT_EQ(PlainUser(admin, "bob").Get("/pages/UserManager").status, 403);
 }
 
-struct WithoutLoginRequirementTest : HostTest {
-    void SetUp() override { Start({"--allow-auth-deactivation"}); }
-};
-
-TEST_F(WithoutLoginRequirementTest, CallersWithoutSessionActAsUnauthenticated) {
-    WebClient admin = Admin();
-    EXPECT_EQ(admin.Call("UserManagementDp/IsAuthenticationDeactivatable")["result"], true);
-    admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=false");
-
-    WebClient anonymous = Client();
-    EXPECT_EQ(anonymous.Get("/api/session").Json()["authenticationRequired"], false);
-    // No login page detour any more; the role "Unauthenticated" decides, and it holds no configuration.
-    EXPECT_EQ(anonymous.Get("/pages/UserManager").status, 403);
-    EXPECT_EQ(anonymous.Get("/api/UserManagementDp/GetUserManagementConfig").status, 401);
-    EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
-}
-
 TEST(UnavailableProviderTest, LdapSwitchedOffInTheSettingsAnswers503) {
     TempDir temp;
     const auto settings = temp.Path() / "settings.xml";
