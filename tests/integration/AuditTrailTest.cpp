@@ -1,7 +1,6 @@
 // The audit trail through the host: every kind of event recorded where it happens and read back
 // through GET /api/audit; live sessions listed and ended.
 #include <set>
-#include <thread>
 
 #include "HostTest.h"
 
@@ -47,10 +46,7 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     admin.Call("UserManagementDp/SetPasswordBlockList", R"({"passwordsBlockList":["Summer-2026!x"]})");
     auto policy = admin.Call("UserManagementDp/GetSessionPolicyConfig");
     admin.Call("UserManagementDp/SetSessionPolicyConfig", "{\"sessionPolicyParameter\":" + ToJson(policy["result"]) + "}");
-    const std::string ldapFile = "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
-                                 "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
-                                 "group_role = Admin : cn=admins,dc=example,dc=test\n";
-    admin.Call("LdapDp/SetLdapConfiguration", ldapFile);
+    admin.Call("LdapDp/SetLdapConfiguration", ExampleLdapFile);
     admin.Call("LdapDp/SetLdapConfigurationEnabled", "EnableLdap=false");
     admin.Call("SystemUseNotificationDp/SetSystemUseNotification", "SystemUseNotification=Hello");
     admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=true");
@@ -69,9 +65,7 @@ TEST_F(AuditTrailTest, EveryEventIsRecordedAndReadBack) {
     ASSERT_EQ(leaving.Login("admin", AdminPassword).status, 200);
     leaving.Post("/api/logout", "");
     admin.Call("UserManagementDp/RestartSystem");
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (admin.Get("/api/session").status != 200 && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    WaitForRestart(admin);
     ASSERT_EQ(admin.Login("admin", AdminPassword).status, 200);
 
     const auto events = RecordedEvents(admin);

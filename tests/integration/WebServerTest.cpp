@@ -155,10 +155,7 @@ TEST_F(WebServerTest, ConcurrentLdapUploadsAllSucceed) {
         uploaders.emplace_back([&, thread] {
             WebClient client = admin;
             for (int i = 0; i < 10; ++i) {
-                const std::string file = "# upload " + std::to_string(thread * 100 + i) +
-                                         "\nserver = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
-                                         "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
-                                         "group_role = Admin : cn=admins,dc=example,dc=test\n";
+                const std::string file = "# upload " + std::to_string(thread * 100 + i) + "\n" + ExampleLdapFile;
                 Answer answer = client.Post("/api/LdapDp/SetLdapConfiguration", file);
                 if (answer.status != 200 || answer.Json()["error"] != false) ++failures;
             }
@@ -177,10 +174,7 @@ bool MapsDirectoryClient(pid_t pid) {
 TEST_F(WebServerTest, TheDirectoryClientIsLoadedOnlyWhenFirstUsed) {
     WebClient admin = Admin();
     EXPECT_FALSE(MapsDirectoryClient(host->Pid()));
-    admin.Call("LdapDp/SetLdapConfiguration",
-               "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
-               "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
-               "group_role = Admin : cn=admins,dc=example,dc=test\n");
+    admin.Call("LdapDp/SetLdapConfiguration", ExampleLdapFile);
     EXPECT_TRUE(MapsDirectoryClient(host->Pid())) << "distinguished names are checked by the directory client";
 }
 
