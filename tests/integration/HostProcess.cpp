@@ -1,11 +1,7 @@
 #include "HostProcess.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -99,24 +95,5 @@ int HostProcess::Stop() {
 }
 
 std::string HostProcess::LogText() const { return Kyr::Testing::ReadFileText(logPath); }
-
-std::string RawExchange(int port, const std::string& request) {
-    int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    std::string answer;
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        send(fd, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size())) {
-        pollfd descriptor{fd, POLLIN, 0};
-        char buffer[4096];
-        ssize_t count = 0;
-        while (poll(&descriptor, 1, 500) > 0 && (count = recv(fd, buffer, sizeof buffer, 0)) > 0)
-            answer.append(buffer, static_cast<std::size_t>(count));
-    }
-    close(fd);
-    return answer;
-}
 
 } // namespace Kyr::IntegrationTests

@@ -40,8 +40,4 @@ private:
     std::vector<std::string> startLines;
 };
 
-// Sends `request` as it is on a new connection; answers what comes back before the host closes the
-// connection or half a second passes in silence.
-std::string RawExchange(int port, const std::string& request);
-
 } // namespace Kyr::IntegrationTests

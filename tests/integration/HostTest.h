@@ -1,12 +1,20 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "HostProcess.h"
 #include "WebClient.h"
 
 namespace Kyr::IntegrationTests {
+
+inline const char* const PlainUserPassword = "Us3r&Other-Pass!18"; // a PlainUser's own password
+// A directory configuration the module accepts; no directory is asked.
+inline const std::string ExampleLdapFile = "server = ldap://ldap.example.test\nstart_tls = no\nunencrypted_connection = allowed\n"
+                                           "user_base = dc=example,dc=test\ngroup_base = dc=example,dc=test\n"
+                                           "group_role = Admin : cn=admins,dc=example,dc=test\n";
 
 // Starts a fresh host (empty data directory, known initial admin password) for each test.
 struct HostTest : ::testing::Test {
@@ -19,9 +27,9 @@ struct HostTest : ::testing::Test {
         EXPECT_EQ(log.find("Sanitizer"), std::string::npos) << log;
         EXPECT_EQ(log.find("runtime error:"), std::string::npos) << log;
     }
-    void Start(std::vector<std::string> extra = {}) {
+    void Start(std::vector<std::string> extra = {}, bool tls = false) {
         extra.insert(extra.end(), {"--admin-password", InitialAdminPassword});
-        host = std::make_unique<HostProcess>(DataDir(), extra);
+        host = std::make_unique<HostProcess>(DataDir(), extra, tls);
     }
     std::filesystem::path DataDir() const { return temp.Path() / "data"; }
     WebClient Client() const { return WebClient(host->Port(), host->Tls()); }
@@ -38,9 +46,24 @@ struct HostTest : ::testing::Test {
         Answer login = user.Login(name, password);
         EXPECT_EQ(login.status, 200) << login.body;
         if (login.status == 200 && login.Json()["passwordChangeRequired"].GetBool()) {
-            EXPECT_EQ(user.ChangeOwnPassword(password, "Us3r&Other-Pass!18").Json()["result"], true);
+            EXPECT_EQ(user.ChangeOwnPassword(password, PlainUserPassword).Json()["result"], true);
         }
         return user;
+    }
+
+    // Until the host answers again after RestartSystem (at most 20 s).
+    static void WaitForRestart(WebClient& client) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (client.Get("/api/session").status != 200 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    // Waits after failed logins (seconds), live sessions per user, and whether administrators wait too.
+    static void SetSessionPolicy(WebClient& admin, int initial, int increment, int maximum, int sessions, bool adminsWait) {
+        admin.Call("UserManagementDp/SetSessionPolicyConfig",
+                   "{\"sessionPolicyParameter\":{\"timeoutInitialSeconds\":" + std::to_string(initial) +
+                       ",\"timeoutIncrementSeconds\":" + std::to_string(increment) + ",\"timeoutMaximumSeconds\":" +
+                       std::to_string(maximum) + ",\"maxConcurrentSessionsCount\":" + std::to_string(sessions) +
+                       ",\"maxSessionTimeMinutes\":60,\"issueTimeoutToAdminUsers\":" + (adminsWait ? "true" : "false") + "}}");
     }
 
     TempDir temp;

@@ -44,29 +44,11 @@ TEST_F(PermissionsTest, PerDataProviderAndCaller) {
 TEST_F(PermissionsTest, PagesFollowSessionAndPageHandler) {
     EXPECT_EQ(Client().Get("/").Header("Location"), "/login.html");
     EXPECT_EQ(Client().Get("/pages/UserManager").Header("Location"), "/login.html?next=/pages/UserManager");
-    EXPECT_EQ(Client().Get("/pages/NoSuchPage").status, 404);
     WebClient admin = Admin();
     Answer page = admin.Get("/pages/UserManager");
     EXPECT_EQ(page.status, 200);
     EXPECT_NE(page.Header("Content-Type").find("text/html"), std::string::npos);
-    EXPECT_EQ(PlainUser(admin, "bob").Get("/pages/UserManager").status, 403);
-}
-
-struct WithoutLoginRequirementTest : HostTest {
-    void SetUp() override { Start({"--allow-auth-deactivation"}); }
-};
-
-TEST_F(WithoutLoginRequirementTest, CallersWithoutSessionActAsUnauthenticated) {
-    WebClient admin = Admin();
-    EXPECT_EQ(admin.Call("UserManagementDp/IsAuthenticationDeactivatable")["result"], true);
-    admin.Call("UserManagementDp/SetAuthenticationRequiredState", "userAthenticationEnabled=false");
-
-    WebClient anonymous = Client();
-    EXPECT_EQ(anonymous.Get("/api/session").Json()["authenticationRequired"], false);
-    // No login page detour any more; the role "Unauthenticated" decides, and it holds no configuration.
-    EXPECT_EQ(anonymous.Get("/pages/UserManager").status, 403);
-    EXPECT_EQ(anonymous.Get("/api/UserManagementDp/GetUserManagementConfig").status, 401);
-    EXPECT_EQ(admin.Get("/api/UserManagementDp/GetUserManagementConfig").status, 200);
+    // 404 and 403 pages: tests/browser/access.test.js.
 }
 
 TEST(UnavailableProviderTest, LdapSwitchedOffInTheSettingsAnswers503) {

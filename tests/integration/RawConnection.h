@@ -23,4 +23,11 @@ private:
     int fd = -1;
 };
 
+// Sends `request` as it is on a new connection; answers what comes back (see Receive).
+inline std::string RawExchange(int port, const std::string& request) {
+    RawConnection connection(port);
+    connection.Send(request);
+    return connection.Receive();
+}
+
 } // namespace Kyr::IntegrationTests

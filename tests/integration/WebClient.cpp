@@ -104,13 +104,16 @@ Answer WebClient::Login(const std::string& user, const std::string& password) {
     body.AddMember("username", rapidjson::Value(user.c_str(), body.GetAllocator()), body.GetAllocator());
     body.AddMember("password", rapidjson::Value(password.c_str(), body.GetAllocator()), body.GetAllocator());
     Answer answer = Send("POST", "/api/login", ToJson(body), {{"Content-Type", "application/json"}});
-    // A user with a second factor gets no session at the password step, only a challenge.
-    if (answer.status == 200 && !answer.Header("Set-Cookie").empty()) {
-        const std::string cookie = answer.Header("Set-Cookie"); // "session=<id>; ..."
-        sessionId = cookie.substr(8, cookie.find(';') - 8);
-        csrfToken = answer.Json()["csrfToken"].GetString();
-    }
+    KeepSession(answer);
     return answer;
+}
+
+void WebClient::KeepSession(const Answer& login) {
+    // A user with a second factor gets no session at the password step, only a challenge.
+    if (login.status != 200 || login.Header("Set-Cookie").empty()) return;
+    const std::string cookie = login.Header("Set-Cookie"); // "session=<id>; ..."
+    sessionId = cookie.substr(8, cookie.find(';') - 8);
+    csrfToken = login.Json()["csrfToken"].GetString();
 }
 
 rapidjson::Document WebClient::Call(const std::string& providerAndFunction, const std::string& body) {

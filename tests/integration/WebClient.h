@@ -36,6 +36,8 @@ public:
     Answer Post(const std::string& path, const std::string& body, const Headers& extra = {});
     Answer Send(const std::string& method, const std::string& path, const std::string& body, Headers headers);
     Answer Login(const std::string& user, const std::string& password);
+    // Takes the session cookie and CSRF token of a login answer that carries a session.
+    void KeepSession(const Answer& login);
     // POSTs a module function and expects 200 with {"error": false, ...}.
     rapidjson::Document Call(const std::string& providerAndFunction, const std::string& body = "");
     Answer ChangeOwnPassword(const std::string& current, const std::string& next);

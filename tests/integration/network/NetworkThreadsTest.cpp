@@ -2,24 +2,17 @@
 // even while every worker is busy; everything else waits for a worker.
 #include <gtest/gtest.h>
 
-#include <boost/asio/connect.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 
+#include "RawConnection.h"
 #include "http/Router.h"
 #include "net/RequestHandler.h"
 #include "net/WebServer.h"
 
 namespace Kyr::WbmHost {
 namespace {
-
-namespace net = boost::asio;
-namespace http = boost::beast::http;
-using tcp = net::ip::tcp;
 
 // "/slow" holds its worker until released; "/fast" is answered from memory.
 class GatedHandler final : public RequestHandler {
@@ -57,31 +50,8 @@ private:
     bool released = false;
 };
 
-// A client whose reads fail after a while instead of hanging the test when no answer comes.
-class Client {
-public:
-    explicit Client(int port) : stream(io) { stream.connect(tcp::endpoint(net::ip::make_address("127.0.0.1"), static_cast<unsigned short>(port))); }
-    void Send(const std::string& target) {
-        http::request<http::empty_body> request(http::verb::get, target, 11);
-        request.set(http::field::host, "127.0.0.1");
-        http::write(stream, request);
-    }
-    http::response<http::string_body> Receive() {
-        http::response<http::string_body> response;
-        boost::beast::error_code error;
-        stream.expires_after(std::chrono::seconds(20));
-        http::async_read(stream, buffer, response, [&](boost::beast::error_code result, std::size_t) { error = result; });
-        io.restart();
-        io.run();
-        EXPECT_FALSE(error) << error.message();
-        return response;
-    }
-
-private:
-    net::io_context io;
-    boost::beast::tcp_stream stream;
-    boost::beast::flat_buffer buffer;
-};
+// A request that asks the host to close the connection after its answer, so that reading it ends there.
+std::string Request(const std::string& target) { return "GET " + target + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n"; }
 
 TEST(NetworkThreads, AnswersFromMemoryComeWhileEveryWorkerIsBusy) {
     ServerLimits limits;
@@ -91,23 +61,21 @@ TEST(NetworkThreads, AnswersFromMemoryComeWhileEveryWorkerIsBusy) {
     const int port = server.Listen("127.0.0.1", 0, handler, nullptr);
     server.Start();
 
-    std::vector<std::unique_ptr<Client>> slow;
+    std::vector<std::unique_ptr<IntegrationTests::RawConnection>> slow;
     for (int i = 0; i < 2; ++i) {
-        slow.push_back(std::make_unique<Client>(port));
-        slow.back()->Send("/slow");
+        slow.push_back(std::make_unique<IntegrationTests::RawConnection>(port));
+        slow.back()->Send(Request("/slow"));
     }
     handler.WaitUntilHeld(2); // both workers held
 
     for (int i = 0; i < 4; ++i) { // on new connections, so on each network thread
-        Client fast(port);
-        fast.Send("/fast");
-        const auto answer = fast.Receive();
-        EXPECT_EQ(answer.result_int(), 200);
-        EXPECT_EQ(answer.body(), "fast");
+        const std::string answer = IntegrationTests::RawExchange(port, Request("/fast"));
+        EXPECT_EQ(answer.rfind("HTTP/1.1 200 ", 0), 0u) << answer;
+        EXPECT_NE(answer.find("\r\n\r\nfast"), std::string::npos) << answer;
     }
 
     handler.Release();
-    for (auto& client : slow) EXPECT_EQ(client->Receive().body(), "slow");
+    for (auto& client : slow) EXPECT_NE(client->Receive().find("\r\n\r\nslow"), std::string::npos);
     server.Stop();
 }
 
