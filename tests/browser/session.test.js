@@ -1,9 +1,8 @@
 // Working on the user manager over time: tabs in the URL, the question before leaving unsaved
-// edits, old outcomes cleared, the warning before the idle end and a login over the page that
-// keeps what was typed.
+// edits, the warning before the idle end and a login over the page that keeps what was typed.
 import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
-import { endSession, loggedInPage, ready, show, startSuite } from './lib/pages.js';
+import { loggedInPage, ready, saveAfterSessionEnded, show, startSuite } from './lib/pages.js';
 
 const adminPassword = 'Kyr-Session-Board-2026!';
 let suite;
@@ -49,19 +48,6 @@ describe('user manager over time', () => {
     assert.equal(admin.leaveWarnings, asked + 1, 'nothing to lose after saving');
   });
 
-  test('a new action clears the outcome of the one before', async () => {
-    await show(admin, '/pages/UserManager#users');
-    const form = admin.locator('#add-user-form');
-    await form.getByLabel('User name').fill('night-shift');
-    await form.getByLabel('Password', { exact: true }).fill('Late-Hours-2026x');
-    await form.getByLabel('Confirm password').fill('Late-Hours-2026x');
-    await form.getByRole('button', { name: 'Add user' }).click();
-    await form.getByText('User night-shift added.').waitFor();
-    await admin.getByRole('button', { name: 'Edit night-shift' }).click();
-    assert.equal(await form.getByText('User night-shift added.').isVisible(), false);
-    await admin.getByRole('dialog').getByRole('button', { name: 'Cancel' }).click();
-  });
-
   test('two minutes before the idle end a dialog offers to stay logged in', async () => {
     const page = await loggedInPage(suite.browser, suite.host, { password: adminPassword });
     await page.clock.install();
@@ -80,15 +66,7 @@ describe('user manager over time', () => {
   });
 
   test('after the session ended, logging in over the page keeps what was typed and saves it', async () => {
-    await show(admin, '/pages/UserManager#login-notice');
-    const text = 'Typed before the session ended.';
-    await admin.locator('#login-text-value').fill(text);
-    await endSession(admin);
-    await admin.locator('#login-text').getByRole('button', { name: 'Save' }).click();
-    const dialog = admin.getByRole('dialog', { name: 'Log in again' });
-    await dialog.getByLabel('Password', { exact: true }).fill(adminPassword);
-    await dialog.getByRole('button', { name: 'Log in' }).click();
-    await admin.locator('#login-text').getByText('Saved.').waitFor();
+    const text = await saveAfterSessionEnded(admin, adminPassword);
     assert.equal(await admin.locator('#login-text-value').inputValue(), text);
     const banner = await admin.request.get('/api/login-banner');
     assert.deepEqual((await banner.json()).lines, [text]);

@@ -52,6 +52,23 @@ export async function endSession(page) {
   if (csrfToken) await page.request.post('/api/logout', { headers: { 'X-CSRF-Token': csrfToken } });
 }
 
+// Types a login text, has the session end behind the page's back, saves, and logs in again over
+// the page; answer(dialog): what the dialog asks after the password, if anything. The text typed
+// before must be what is saved.
+export async function saveAfterSessionEnded(page, password, answer = async () => {}) {
+  const text = 'Typed before the session ended.';
+  await show(page, '/pages/UserManager#login-notice');
+  await page.locator('#login-text-value').fill(text);
+  await endSession(page);
+  await page.locator('#login-text').getByRole('button', { name: 'Save' }).click();
+  const dialog = page.getByRole('dialog', { name: 'Log in again' });
+  await dialog.getByLabel('Password', { exact: true }).fill(password);
+  await dialog.getByRole('button', { name: 'Log in' }).click();
+  await answer(dialog);
+  await page.locator('#login-text').getByText('Saved.').waitFor();
+  return text;
+}
+
 // The HTTP API as the page's user: login, then module functions with the session's CSRF token.
 export function apiOf(page) {
   let token = '';
