@@ -1,5 +1,5 @@
-// The user list with many users, adding users with roles, what Remove is offered for, and the
-// rules beside new-password fields.
+// The user list with many users, adding users with roles (and the outcome cleared by the next
+// action), what Remove is offered for, and the rules beside new-password fields.
 import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
 import { addUser, loggedInPage, show, startSuite } from './lib/pages.js';
@@ -90,7 +90,7 @@ describe('user list', () => {
     assert.equal(await removeButton(userName(3)).count(), 1);
   });
 
-  test('a new user gets the chosen roles', async () => {
+  test('a new user gets the chosen roles; the next action clears the outcome', async () => {
     await show(admin, '/pages/UserManager#users');
     const form = admin.locator('#add-user-form');
     await form.getByLabel('User name').fill('line-worker');
@@ -102,6 +102,9 @@ describe('user list', () => {
     await form.getByRole('status').getByText('User line-worker added.').waitFor();
     const config = await admin.api.call('UserManagementDp', 'GetUserManagementConfig');
     assert.deepEqual(config.usersConfig.find((user) => user.userName === 'line-worker').userRoles.sort(), ['Engineer', 'Observer']);
+    await admin.getByRole('button', { name: 'Edit line-worker' }).click();
+    assert.equal(await form.getByText('User line-worker added.').isVisible(), false);
+    await admin.getByRole('dialog').getByRole('button', { name: 'Cancel' }).click();
   });
 
   test('the rules beside a new password are ticked while typing, and Show reveals it', async () => {
