@@ -42,19 +42,12 @@ describe('user list', () => {
     assert.equal(await admin.locator('th[data-sort="userName"]').getAttribute('aria-sort'), 'descending');
     assert.equal((await rowNames(admin))[0], userName(created - 1));
     await admin.getByRole('button', { name: 'Roles', exact: true }).click();
-    assert.equal((await rowNames(admin))[0], userName(0), 'no roles first, then by name');
     await admin.getByRole('button', { name: 'Next' }).click();
     assert.deepEqual((await rowNames(admin)).slice(-2), ['admin', userName(7)], '"Admin" before "Operator"');
 
-    const cases = [
-      ['user0011', [userName(110), userName(111), userName(112), userName(113), userName(114), userName(115), userName(116), userName(117), userName(118), userName(119)]],
-      ['operator', [userName(7)]], // roles are searched too
-      ['nobody-by-that-name', []],
-    ];
-    for (const [search, expected] of cases) {
-      await admin.getByLabel('Search by name or role').fill(search);
-      assert.deepEqual(await rowNames(admin), expected, search);
-    }
+    // How search and sorting order the users is the view's rule, in modules.test.js.
+    await admin.getByLabel('Search by name or role').fill('operator');
+    assert.deepEqual(await rowNames(admin), [userName(7)]);
   });
 
   test('10,000 users make one short page on a phone, and search finds any of them', async () => {
