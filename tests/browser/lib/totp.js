@@ -4,7 +4,7 @@ import crypto from 'node:crypto';
 
 const alphabet = 'ABCDEFGHIJKLMNOPQRSTUVWXYZ234567';
 
-export function base32Bytes(text) {
+function base32Bytes(text) {
   let bits = '';
   for (const char of text.replace(/[\s=]/g, '').toUpperCase()) {
     const value = alphabet.indexOf(char);
@@ -15,14 +15,14 @@ export function base32Bytes(text) {
   return Buffer.from(bytes.map((byte) => Number.parseInt(byte, 2)));
 }
 
-export const stepSeconds = 30;
+const stepSeconds = 30;
 
-export function stepAt(milliseconds = Date.now()) {
+function stepAt(milliseconds = Date.now()) {
   return Math.floor(milliseconds / 1000 / stepSeconds);
 }
 
-// The code of one time step; digits: 6 as the device uses (8 for the RFC's own table).
-export function codeOfStep(key, step, digits = 6) {
+// The code of one time step, six digits as the device uses.
+function codeOfStep(key, step, digits = 6) {
   const counter = Buffer.alloc(8);
   counter.writeBigUInt64BE(BigInt(step));
   const mac = crypto.createHmac('sha1', key).update(counter).digest();
