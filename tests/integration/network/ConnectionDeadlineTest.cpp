@@ -53,7 +53,10 @@ TEST(ConnectionDeadlineTest, TheReadEndsWhenTheDeadlineInForcePasses) {
     };
     for (const Moves& test : cases) {
         Connection connection;
-        auto& [io, client, stream] = connection;
+        // Plain references: lambdas may not capture structured bindings in C++17.
+        auto& io = connection.io;
+        auto& client = connection.client;
+        auto& stream = connection.stream;
 
         stream.ExpiresAfter(test.first);
         if (test.second) stream.ExpiresAfter(*test.second);
@@ -85,7 +88,8 @@ TEST(ConnectionDeadlineTest, TheReadEndsWhenTheDeadlineInForcePasses) {
 // Once passed, the deadline also ends what comes after it, until a new one is set.
 TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
     Connection connection;
-    auto& [io, client, stream] = connection;
+    auto& io = connection.io;
+    auto& stream = connection.stream;
     char byte = 0;
     std::vector<boost::system::error_code> outcomes;
     auto record = [&](boost::system::error_code error, std::size_t) { outcomes.push_back(error); };
@@ -110,7 +114,9 @@ TEST(ConnectionDeadlineTest, APassedDeadlineEndsLaterOperationsUntilANewOne) {
 // Waiting for a request's first bytes holds no buffer and takes nothing: the bytes are read after it.
 TEST(ConnectionDeadlineTest, WaitingForBytesTakesNoneAndEndsAtTheDeadline) {
     Connection connection;
-    auto& [io, client, stream] = connection;
+    auto& io = connection.io;
+    auto& client = connection.client;
+    auto& stream = connection.stream;
     std::vector<boost::system::error_code> outcomes;
     char byte = 0;
 
