@@ -1,11 +1,11 @@
-// Every page in both languages on a desktop and a phone without an axe-core violation; the styled
-// 403 and 404 pages with the links that fit the visitor; and with login switched off, a visitor
-// gets what the confirmation promised.
+// Every page in both languages on a desktop and a phone without an axe-core violation or a control
+// cut off at the screen's edge; the styled 403 and 404 pages with the links that fit the visitor;
+// and with login switched off, a visitor gets what the confirmation promised.
 import assert from 'node:assert/strict';
 import { after, before, describe, test } from 'node:test';
 import { axeViolations } from './lib/axe.js';
 import { newUserPage } from './lib/browser.js';
-import { addUser, logIn, loggedInPage, ready, show, startSuite } from './lib/pages.js';
+import { addUser, controlsCutOff, logIn, loggedInPage, ready, show, startSuite } from './lib/pages.js';
 
 const adminPassword = 'Kyr-Access-Board-2026!';
 const operator = { user: 'operator1', password: 'Op-Access-2026x' };
@@ -27,10 +27,11 @@ describe('every page for everyone', () => {
 
   for (const [language, locale] of Object.entries(languages)) {
     for (const [viewportName, viewport] of Object.entries(viewports)) {
-      test(`axe finds nothing on any page: ${language}, ${viewportName}`, async () => {
+      test(`axe finds nothing and no control is cut off on any page: ${language}, ${viewportName}`, async () => {
         const found = [];
         const check = async (page, where) => {
           for (const violation of await axeViolations(page)) found.push(`${where}: ${violation}`);
+          for (const control of await controlsCutOff(page)) found.push(`${where}: "${control}" is cut off`);
         };
         const visitor = await visitorPage({ ...viewport, locale });
         await show(visitor, '/login.html');

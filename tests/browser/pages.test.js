@@ -194,12 +194,6 @@ describe('user management pages', () => {
     await phone.getByRole('heading', { name: 'Benutzerverwaltung', level: 1 }).waitFor();
     const overflow = await phone.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
     assert.ok(overflow <= 0, `page is ${overflow}px wider than the phone`);
-    // A control pushed out of its card is cut off by the table's scroll box, not by the page.
-    const cutOff = await phone.evaluate(() =>
-      [...document.querySelectorAll('main button, main input, main select, main a')]
-        .filter((control) => control.getClientRects().length && control.getBoundingClientRect().right > window.innerWidth)
-        .map((control) => control.textContent.trim() || control.id));
-    assert.deepEqual(cutOff, []);
     await screenshot(phone, 'user-manager-phone-de');
   });
 

@@ -24,6 +24,15 @@ export async function show(page, url) {
   await ready(page);
 }
 
+// The shown controls that end beyond the screen's right edge: a wide page, or a control pushed out
+// of its card and cut off by a scroll box (the page itself then does not overflow).
+export function controlsCutOff(page) {
+  return page.evaluate(() =>
+    [...document.querySelectorAll('button, input, select, textarea, a')]
+      .filter((control) => control.getClientRects().length && control.getBoundingClientRect().right > window.innerWidth)
+      .map((control) => control.textContent.trim() || control.id || control.name));
+}
+
 export async function openTab(page, name) {
   await page.getByRole('tab', { name, exact: true }).click();
   await page.getByRole('tabpanel', { name, exact: true }).waitFor();
