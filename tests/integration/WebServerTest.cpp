@@ -187,6 +187,20 @@ TEST(WebServerStartTest, AnAddressInUseIsRefusedBeforeAnythingIsMade) {
     EXPECT_EQ(WebClient(first.Port()).Get("/api/session").status, 200);
 }
 
+// Two hosts on one data directory would each serve from caches that the other's writes make stale.
+// The second is refused, also when another path names the same directory, and the first goes on.
+TEST(WebServerStartTest, ADataDirectoryInUseIsRefused) {
+    TempDir temp;
+    HostProcess first(temp.Path() / "data");
+    std::filesystem::create_directory_symlink(temp.Path() / "data", temp.Path() / "alias");
+    EXPECT_THROW(HostProcess second(temp.Path() / "alias"), std::runtime_error);
+    EXPECT_NE(Kyr::Testing::ReadFileText(temp.Path() / "alias.host.log").find("is in use by another wbm-host"), std::string::npos);
+    EXPECT_EQ(WebClient(first.Port()).Get("/api/session").status, 200);
+    EXPECT_EQ(first.Stop(), 0);
+    HostProcess next(temp.Path() / "alias"); // the lock ends with its process
+    EXPECT_EQ(WebClient(next.Port()).Get("/api/session").status, 200);
+}
+
 // A line per request costs about as much as a small answer: it is written only when asked for.
 TEST(WebServerStartTest, AnsweredRequestsAreLoggedOnlyWithTheAccessLog) {
     for (const bool accessLog : {false, true}) {

@@ -168,7 +168,7 @@ void HostApplication::StartTls() {
 int HostApplication::Run() {
     PlatformSingletons platform;
     try {
-        PrepareDataDirectory(options.dataDirectory);
+        const HeldDataDirectory dataDirectory(options.dataDirectory);
         if (!options.initialSettingsSource.empty() && !std::filesystem::exists(options.settingsPath)) {
             std::filesystem::copy_file(options.initialSettingsSource, options.settingsPath);
             std::filesystem::permissions(options.settingsPath, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
