@@ -13,10 +13,17 @@ Database::Database(const std::string& path) {
         throw DatabaseError("Cannot open database " + path + ": " + message);
     }
     sqlite3_busy_timeout(connection, 5000);
-    Execute("PRAGMA journal_mode=WAL");
-    // FULL: a committed change survives a power loss, not only a crash of the process.
-    Execute("PRAGMA synchronous=FULL");
-    Execute("PRAGMA foreign_keys=ON");
+    try {
+        // The first statements read the file: a damaged one is found here, and named.
+        Execute("PRAGMA journal_mode=WAL");
+        // FULL: a committed change survives a power loss, not only a crash of the process.
+        Execute("PRAGMA synchronous=FULL");
+        Execute("PRAGMA foreign_keys=ON");
+    } catch (const DatabaseError& error) {
+        sqlite3_close(connection); // no destructor runs for a constructor that throws
+        connection = nullptr;
+        throw DatabaseError("Cannot open database " + path + ": " + error.what());
+    }
 }
 
 Database::~Database() {

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "AtomicFile.h"
+#include "Sqlite.h"
 #include "ServicesTestSupport.h"
 
 namespace Kyr::Testing {
@@ -23,6 +24,18 @@ TEST_F(Files, AtomicWriteReplacesWholeAndLeavesNoTemporaryFile) {
     for (const auto& entry : std::filesystem::directory_iterator(directory))
         EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos) << entry.path();
     EXPECT_EQ(Ps::WriteFileAtomically(directory + "/missing/file", "x"), ENOENT);
+}
+
+// An administrator reading the start-up error must learn which file is damaged.
+TEST_F(Files, ADamagedDatabaseIsNamedWhenOpened) {
+    const std::string path = directory + "/damaged.db";
+    std::ofstream(path) << std::string(100, 'x');
+    try {
+        Ps::Database damaged(path);
+        ADD_FAILURE() << "a damaged database opened";
+    } catch (const Ps::DatabaseError& error) {
+        EXPECT_EQ(std::string(error.what()), "Cannot open database " + path + ": SQL failed: file is not a database");
+    }
 }
 
 TEST_F(Files, LoginTextRoundTripsBytesAndIsEmptyAtFirst) {
